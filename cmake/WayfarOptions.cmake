@@ -1,0 +1,40 @@
+# One interface target for every flag, so that a target cannot forget one.
+add_library(wayfar_options INTERFACE)
+target_compile_features(wayfar_options INTERFACE cxx_std_20)
+target_include_directories(wayfar_options INTERFACE ${CMAKE_SOURCE_DIR}/src)
+target_compile_options(wayfar_options INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wnon-virtual-dtor
+    -Woverloaded-virtual -Werror)
+target_compile_definitions(wayfar_options INTERFACE
+    QT_NO_CAST_FROM_ASCII
+    QT_NO_CAST_TO_ASCII
+    QT_NO_CAST_FROM_BYTEARRAY
+    QT_NO_URL_CAST_FROM_STRING
+    QT_NO_NARROWING_CONVERSIONS_IN_CONNECT
+    QT_NO_CONTEXTLESS_CONNECT # takes effect from Qt 6.7
+    QT_NO_FOREACH
+    QT_DISABLE_DEPRECATED_BEFORE=0x060400)
+if(WAYFAR_SANITIZE)
+    target_compile_options(wayfar_options INTERFACE -fsanitize=${WAYFAR_SANITIZE} -fno-omit-frame-pointer)
+    target_link_options(wayfar_options INTERFACE -fsanitize=${WAYFAR_SANITIZE})
+endif()
+
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+
+find_program(CCACHE ccache)
+if(CCACHE)
+    set(CMAKE_CXX_COMPILER_LAUNCHER ${CCACHE})
+endif()
+
+# wayfar_library(NAME SOURCES... [LINK libraries...]): one folder, one library. All share the first one's precompiled
+# Qt headers.
+function(wayfar_library name)
+    cmake_parse_arguments(arg "" "" "LINK" ${ARGN})
+    add_library(${name} STATIC ${arg_UNPARSED_ARGUMENTS})
+    target_link_libraries(${name} PUBLIC wayfar_options Qt6::Widgets Qt6::Network ${arg_LINK})
+    if(name STREQUAL "wayfar_platform")
+        target_precompile_headers(${name} PRIVATE <QtWidgets> <QtNetwork> <functional> <memory> <optional>)
+    else()
+        target_precompile_headers(${name} REUSE_FROM wayfar_platform)
+    endif()
+endfunction()

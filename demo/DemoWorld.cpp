@@ -1,0 +1,111 @@
+#include "DemoWorld.h"
+
+#include "platform/UserDefaults.h"
+#include "settings/PreferenceKeys.h"
+
+#include <QDir>
+#include <QFile>
+
+#include <stdexcept>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+const QString folder = QStringLiteral(DEMO_FOLDER);
+const QString home = folder + u"/home"_s;
+const QString game = folder + u"/game"_s;
+const QString addOn = game + u"/_retail_/Interface/AddOns/Trailbook"_s;
+const QString launcher = game + u"/launcher.sh"_s;
+const QString launchMark = game + u"/launched"_s;
+
+QByteArray contentsOf(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+void write(const QString &path, const QByteArray &bytes)
+{
+    QDir().mkpath(QFileInfo(path).path());
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size())
+        throw std::runtime_error(("can't write " + path.toLocal8Bit()).constData());
+}
+
+QByteArray content(const QString &name)
+{
+    return contentsOf(QStringLiteral(DEMO_CONTENT) + u'/' + name);
+}
+} // namespace
+
+DemoWorld::DemoWorld()
+{
+    for (const QString &old : {home, game})
+        QDir(old).removeRecursively();
+    qputenv("XDG_DATA_HOME", (home + u"/data"_s).toLocal8Bit());
+    qputenv("XDG_CONFIG_HOME", (home + u"/config"_s).toLocal8Bit());
+    publish();
+    installOldPack();
+    writeLauncher();
+    writePreferences();
+}
+
+VendorHosts DemoWorld::hosts() const
+{
+    return {u"wayfar.example"_s, u"download.wayfar.example"_s};
+}
+
+UrlLoaderSettings DemoWorld::network() const
+{
+    return {.caFile = m_vendor.caFile(), .connectTo = m_vendor.connectTo()};
+}
+
+QByteArray DemoWorld::pack() const
+{
+    return contentsOf(QStringLiteral(DEMO_PACK));
+}
+
+QString DemoWorld::picture(const QString &name) const
+{
+    return folder + u'/' + name + u".png"_s;
+}
+
+bool DemoWorld::wasLaunched() const
+{
+    return QFile::exists(launchMark);
+}
+
+QByteArray DemoWorld::installedToc() const
+{
+    return contentsOf(addOn + u"/Trailbook.toc"_s);
+}
+
+void DemoWorld::publish()
+{
+    m_vendor.addAccount(u"rowan"_s, u"long road"_s, content(u"account.html"_s));
+    m_vendor.setPackVersion("1.2.6");
+    m_vendor.setPack(pack());
+    m_vendor.setBanners(content(u"banners-small/small.png"_s), content(u"banners-large/large.png"_s));
+}
+
+void DemoWorld::installOldPack()
+{
+    write(addOn + u"/Trailbook.toc"_s, "## Title: Trailbook\n## Version: 1.2.5\nTrailbook.lua\n");
+    write(addOn + u"/Trailbook.lua"_s, "-- last season's routes\n");
+}
+
+void DemoWorld::writeLauncher()
+{
+    write(launcher, "#!/bin/sh\necho started > '" + launchMark.toLocal8Bit() + "'\n");
+    QFile::setPermissions(launcher, QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
+}
+
+void DemoWorld::writePreferences()
+{
+    UserDefaults defaults;
+    defaults.setObject(PreferenceKeys::installPath, game);
+    defaults.setObject(PreferenceKeys::launchPath, launcher);
+    defaults.setObject(PreferenceKeys::userName, u"rowan"_s);
+    defaults.setObject(PreferenceKeys::password, u"long road"_s);
+}

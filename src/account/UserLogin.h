@@ -1,0 +1,39 @@
+#pragma once
+
+#include "platform/VendorHosts.h"
+#include "pack/FormEncoding.h"
+
+#include <QString>
+
+#include <optional>
+
+class UrlLoader;
+class UserDefaults;
+
+// Checks the stored account with the vendor's service. Its lasting results are the account page ("account.html" in the
+// support folder) and the preference "loginFailed".
+class UserLogin
+{
+public:
+    // The one instance, made at the first call, which comes before there are two threads to ask for it.
+    static UserLogin &loginUser();
+
+    // What it works with, borrowed; before the first login.
+    void use(UserDefaults &defaults, UrlLoader &loader, const VendorHosts &hosts);
+
+    void logOut() { } // a login leaves nothing to end
+    QByteArray encodeDictionary(const FormPairs &pairs) const { return FormEncoding::encodeDictionary(pairs); }
+
+    // The page on success, nothing where the answer is no ASCII text; the page file's path on failure. Blocks.
+    std::optional<QString> performLoginOnWeb();
+    // Always true. Without a user name no request is made, "loginFailed" stays, and the page is a word of welcome.
+    bool performLogin();
+
+    std::optional<QString> userLoginHtmlStr() const { return m_userLoginHtmlStr; }
+
+private:
+    UserDefaults *m_defaults = nullptr;
+    UrlLoader *m_loader = nullptr;
+    VendorHosts m_hosts;
+    std::optional<QString> m_userLoginHtmlStr;
+};

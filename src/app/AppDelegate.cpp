@@ -1,0 +1,196 @@
+#include "app/AppDelegate.h"
+
+#include "account/UserLogin.h"
+#include "app/MainWindow.h"
+#include "app/SplashScreen.h"
+#include "controls/CursorButtons.h"
+#include "pack/WayfarUpdateInstaller.h"
+#include "platform/MainThread.h"
+#include "platform/UserDefaults.h"
+#include "platform/Windows.h"
+#include "platform/Workspace.h"
+#include "settings/PreferenceKeys.h"
+#include "settings/Utility.h"
+
+#include <QThread>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+const QString launchFailed = u"Failed to launch World of Warcraft Launcher. Please check settings..."_s;
+}
+
+AppDelegate::AppDelegate(const Surroundings &surroundings) : m_surroundings(surroundings)
+{
+    UserLogin::loginUser().use(surroundings.defaults, surroundings.loader, surroundings.hosts);
+}
+
+AppDelegate::~AppDelegate()
+{
+    if (m_worker)
+        m_worker->wait();
+}
+
+void AppDelegate::applicationDidFinishLaunching()
+{
+    showSplashScreen();
+    m_window = std::make_unique<MainWindow>(*this); // the web views take their time: while the splash shows
+    htmlView()->setPolicyDelegate(this);
+    rssView()->setPolicyDelegate(this);
+    setUpdateNotStarted(true);
+    button1()->setCursor(QCursor(Qt::PointingHandCursor));
+    button2()->setCursor(QCursor(Qt::PointingHandCursor));
+    m_worker.reset(QThread::create([this] { startInstaller(); }));
+    m_worker->start();
+}
+
+bool AppDelegate::isStarting() const
+{
+    return m_worker && m_worker->isRunning();
+}
+
+void AppDelegate::showSplashScreen()
+{
+    m_splashWindow = std::make_unique<SplashScreen>();
+    Windows::center(*m_splashWindow);
+    Windows::makeKeyAndOrderFront(*m_splashWindow);
+    MainThread::waitUntilShown(*m_splashWindow); // on the screen before the first request
+}
+
+void AppDelegate::startInstaller()
+{
+    downloadInstallerFiles();
+}
+
+void AppDelegate::downloadInstallerFiles()
+{
+    UserLogin::loginUser().performLogin();
+    updateVersionText();
+    MainThread::performAndWait([this] { closeSplashScreen(); });
+    showLoginOutcome();
+}
+
+void AppDelegate::closeSplashScreen()
+{
+    m_splashWindow.reset();
+    loadAccountPage();
+    loadNewsPage();
+    Windows::center(*m_window);
+    Windows::makeKeyAndOrderFront(*m_window);
+}
+
+void AppDelegate::loadNewsPage()
+{
+    if (const OptionalPath page = pathIn(Utility::WayfarInstallerFolder(), u"/rssfeed.html"))
+        rssView()->loadFile(toText(*page));
+}
+
+void AppDelegate::update(const QString &senderTitle)
+{
+    if (senderTitle == u"Play"_s)
+        playGame();
+    else
+        startDownload();
+}
+
+void AppDelegate::playGame()
+{
+    const auto launcher = m_surroundings.defaults.stringForKey(PreferenceKeys::launchPath);
+    if (launcher && !launcher->isEmpty() && m_surroundings.workspace.openFile(*launcher))
+        m_surroundings.terminate();
+    else
+        setStatusStr(launchFailed);
+}
+
+void AppDelegate::startDownload()
+{
+    m_updateInstaller.reset();
+    m_updateInstaller =
+        std::make_shared<WayfarUpdateInstaller>(m_surroundings.defaults, m_surroundings.loader, m_surroundings.hosts);
+    setUpdateProgressbar(0);
+    setUpdateNotStarted(false);
+    m_updateInstaller->setDelegate(this);
+    m_updateInstaller->downloadUpdate();
+    setStatusStr(u"Downloading..."_s);
+}
+
+void AppDelegate::bannerClick()
+{
+    m_surroundings.workspace.openURL(QUrl(u"https://"_s + m_surroundings.hosts.www() + u"/installer/redirect.php"_s));
+}
+
+void AppDelegate::windowWillClose(const QObject *closing)
+{
+    if (closing == m_window.get())
+        m_surroundings.terminate();
+}
+
+// The panes show our own pages and stay on them: everything on the web opens in the player's browser.
+bool AppDelegate::decidePolicyForNavigationAction(const QUrl &url)
+{
+    if (url.host().isEmpty())
+        return true;
+    m_surroundings.workspace.openURL(url);
+    return false;
+}
+
+Pane *AppDelegate::htmlView() const
+{
+    return m_window->htmlView();
+}
+
+Pane *AppDelegate::rssView() const
+{
+    return m_window->rssView();
+}
+
+ImageView *AppDelegate::smallImage() const
+{
+    return m_window->smallImage();
+}
+
+ImageView *AppDelegate::largeImage() const
+{
+    return m_window->largeImage();
+}
+
+CursorButtons *AppDelegate::button1() const
+{
+    return m_window->button1();
+}
+
+CursorButtons *AppDelegate::button2() const
+{
+    return m_window->button2();
+}
+
+void AppDelegate::setCurrentVersion(const std::optional<QString> &version)
+{
+    store(m_currentVersion, version, &AppDelegate::currentVersionChanged);
+}
+
+void AppDelegate::setUpdateVersion(const std::optional<QString> &version)
+{
+    store(m_updateVersion, version, &AppDelegate::updateVersionChanged);
+}
+
+void AppDelegate::setButtonText(const std::optional<QString> &text)
+{
+    store(m_buttonText, text, &AppDelegate::buttonTextChanged);
+}
+
+void AppDelegate::setStatusStr(const std::optional<QString> &text)
+{
+    store(m_statusStr, text, &AppDelegate::statusStrChanged);
+}
+
+void AppDelegate::setUpdateProgressbar(double percentage)
+{
+    store(m_updateProgressbar, percentage, &AppDelegate::updateProgressbarChanged);
+}
+
+void AppDelegate::setUpdateNotStarted(bool notStarted)
+{
+    store(m_updateNotStarted, notStarted, &AppDelegate::updateNotStartedChanged);
+}

@@ -1,0 +1,29 @@
+#pragma once
+
+#include "app/AppDelegate.h"
+#include "platform/Alert.h"
+#include "platform/ScriptRunner.h"
+#include "platform/UrlLoader.h"
+#include "platform/UserDefaults.h"
+#include "platform/VendorHosts.h"
+#include "platform/Workspace.h"
+
+// The whole program: its real delegate, windows and services. The product's main and the demo's differ in what they
+// hand in here and in nothing else.
+class Application
+{
+public:
+    // After QApplication is made.
+    explicit Application(const VendorHosts &hosts, const UrlLoaderSettings &network = {});
+
+    // From the start to the exit status.
+    int exec();
+
+private:
+    UserDefaults m_defaults;
+    UrlLoader m_loader;
+    Workspace m_workspace;
+    Alert m_alert;
+    ScriptRunner m_scriptRunner;
+    AppDelegate m_delegate;
+};

@@ -1,0 +1,22 @@
+#pragma once
+
+#include "platform/VendorHosts.h"
+
+#include <functional>
+
+class Alert;
+class ScriptRunner;
+class UrlLoader;
+class UserDefaults;
+class Workspace;
+
+// What the delegate works with: the vendor's hosts and the services of the platform. All borrowed; they outlive it.
+struct Surroundings {
+    VendorHosts hosts;
+    UserDefaults &defaults;
+    UrlLoader &loader;
+    Workspace &workspace;
+    Alert &alert;
+    ScriptRunner &scriptRunner;
+    std::function<void()> terminate; // the orderly end, from the main thread; it returns
+};

@@ -1,0 +1,48 @@
+#include "controls/ElidedLabel.h"
+
+#include <QAccessible>
+#include <QFontMetrics>
+#include <QPainter>
+
+using namespace Qt::StringLiterals;
+
+ElidedLabel::ElidedLabel(QWidget *parent) : QFrame(parent)
+{
+    setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
+}
+
+void ElidedLabel::setText(const QString &text)
+{
+    if (text == m_text)
+        return;
+    m_text = text;
+    setToolTip(shownText().toHtmlEscaped());
+    setAccessibleDescription(shownText()); // the name says what it is, the description what it reads
+    updateGeometry();
+    update();
+}
+
+// An error page can come where a version is expected: a screenful of it is enough.
+QString ElidedLabel::shownText() const
+{
+    return m_text.left(500).simplified();
+}
+
+QSize ElidedLabel::sizeHint() const
+{
+    const QFontMetrics metrics = fontMetrics();
+    return {std::min(metrics.horizontalAdvance(shownText()) + 2, metrics.averageCharWidth() * 60), metrics.height()};
+}
+
+QSize ElidedLabel::minimumSizeHint() const
+{
+    return {fontMetrics().averageCharWidth() * 4, fontMetrics().height()};
+}
+
+void ElidedLabel::paintEvent(QPaintEvent *)
+{
+    QPainter painter(this);
+    painter.setPen(palette().color(foregroundRole()));
+    painter.drawText(rect(), Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine,
+                     fontMetrics().elidedText(shownText(), Qt::ElideRight, width()));
+}

@@ -1,0 +1,30 @@
+#include "controls/ImageView.h"
+
+#include <QPainter>
+
+#include <algorithm>
+
+ImageView::ImageView(QWidget *parent) : QWidget(parent) { }
+
+void ImageView::setImage(const QImage &image)
+{
+    m_image = image;
+    update();
+}
+
+void ImageView::paintEvent(QPaintEvent *)
+{
+    if (m_image.isNull())
+        return;
+    // In the screen's own pixels, so that a fine picture stays fine; scaled once by the best filter there is.
+    const qreal ratio = devicePixelRatioF();
+    const QSize room = (QSizeF(size()) * ratio).toSize();
+    const QSize natural = (m_image.deviceIndependentSize() * ratio).toSize();
+    const QSize drawn = natural.scaled(natural.boundedTo(room), Qt::KeepAspectRatio);
+    QImage scaled = m_image.scaled(drawn, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+    scaled.setDevicePixelRatio(ratio);
+
+    QRectF target(QPointF(), QSizeF(drawn) / ratio);
+    target.moveCenter(QRectF(rect()).center());
+    QPainter(this).drawImage(target.topLeft(), scaled);
+}

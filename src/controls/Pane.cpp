@@ -1,0 +1,122 @@
+#include "controls/Pane.h"
+
+#include <QFileInfo>
+#include <QGuiApplication>
+#include <QWebEngineDownloadRequest>
+#include <QWebEngineFullScreenRequest>
+#include <QWebEngineNewWindowRequest>
+#include <QWebEnginePage>
+#include <QWebEngineProfile>
+#include <QWebEngineScript>
+#include <QWebEngineScriptCollection>
+#include <QWebEngineSettings>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+constexpr QRgb paper = 0xfffffdf8;
+
+// It comes first in the page, so that whatever the page says of itself wins.
+constexpr auto houseStyle = R"(
+(function () {
+    const style = document.createElement('style');
+    style.textContent = 'html { color: #21302f; line-height: 1.45; } a { color: #9c3d22; }'
+        + 'a { text-decoration-thickness: 1px; text-underline-offset: 2px; } ::selection { background: #f0c48a; }';
+    document.head.prepend(style);
+})();
+)";
+
+void restrict(QWebEngineSettings &settings)
+{
+    settings.setAttribute(QWebEngineSettings::LocalContentCanAccessFileUrls, false);
+    settings.setAttribute(QWebEngineSettings::LocalContentCanAccessRemoteUrls, true); // the account page's pictures
+    settings.setAttribute(QWebEngineSettings::JavascriptCanOpenWindows, false); // without a click
+    settings.setAttribute(QWebEngineSettings::PluginsEnabled, false);
+    settings.setAttribute(QWebEngineSettings::FullScreenSupportEnabled, false);
+    settings.setAttribute(QWebEngineSettings::ErrorPageEnabled, false);
+    settings.setUnknownUrlSchemePolicy(QWebEngineSettings::DisallowUnknownUrlSchemes);
+}
+
+void dress(QWebEngineSettings &settings)
+{
+    const QString family = QGuiApplication::font().family();
+    settings.setFontFamily(QWebEngineSettings::StandardFont, family);
+    settings.setFontFamily(QWebEngineSettings::SerifFont, family);
+    settings.setFontFamily(QWebEngineSettings::SansSerifFont, family);
+    settings.setFontSize(QWebEngineSettings::DefaultFontSize, 15);
+}
+
+std::shared_ptr<QWebEngineProfile> sharedProfile()
+{
+    static std::weak_ptr<QWebEngineProfile> shared;
+    auto profile = shared.lock();
+    if (profile)
+        return profile;
+    profile = std::make_shared<QWebEngineProfile>(); // without a name: off the record
+    restrict(*profile->settings());
+    dress(*profile->settings());
+    QObject::connect(profile.get(), &QWebEngineProfile::downloadRequested, profile.get(),
+                     [](QWebEngineDownloadRequest *download) { download->cancel(); });
+    QWebEngineScript script;
+    script.setSourceCode(QString::fromLatin1(houseStyle));
+    script.setInjectionPoint(QWebEngineScript::DocumentReady);
+    script.setWorldId(QWebEngineScript::ApplicationWorld);
+    profile->scripts()->insert(script);
+    shared = profile;
+    return profile;
+}
+} // namespace
+
+class Pane::Page : public QWebEnginePage
+{
+public:
+    Page(QWebEngineProfile *profile, QObject *parent) : QWebEnginePage(profile, parent)
+    {
+        setBackgroundColor(QColor::fromRgb(paper));
+        // window.open, target=_blank, a middle click: for none of them does acceptNavigationRequest come.
+        connect(this, &QWebEnginePage::newWindowRequested, this, [this](QWebEngineNewWindowRequest &request) {
+            if (mayGoTo(request.requestedUrl()))
+                load(request.requestedUrl());
+        });
+        connect(this, &QWebEnginePage::featurePermissionRequested, this, [this](const QUrl &origin, Feature feature) {
+            setFeaturePermission(origin, feature, PermissionDeniedByUser);
+        });
+        connect(this, &QWebEnginePage::fullScreenRequested, this,
+                [](QWebEngineFullScreenRequest request) { request.reject(); });
+    }
+
+    NavigationPolicy *policy = nullptr;
+
+protected:
+    bool acceptNavigationRequest(const QUrl &url, NavigationType, bool) override { return mayGoTo(url); }
+
+private:
+    bool mayGoTo(const QUrl &url) { return policy && policy->decidePolicyForNavigationAction(url); }
+};
+
+Pane::Pane(QWidget *parent)
+    : QWebEngineView(parent), m_profile(sharedProfile()), m_page(new Page(m_profile.get(), nullptr))
+{
+    setPage(m_page);
+    setContextMenuPolicy(Qt::NoContextMenu); // "Reload" and "View source" are a browser's
+}
+
+Pane::~Pane()
+{
+    setPage(nullptr);
+    delete m_page; // before the profile it belongs to
+}
+
+void Pane::setPolicyDelegate(NavigationPolicy *policy)
+{
+    m_page->policy = policy;
+}
+
+void Pane::loadFile(const QString &path)
+{
+    if (QFileInfo::exists(path))
+        load(QUrl::fromLocalFile(path));
+    else
+        setHtml({});
+}

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <QWebEngineView>
+
+#include <memory>
+
+class QWebEngineProfile;
+
+// Decides on every navigation of a pane: links, scripts that open windows, frames, refreshes.
+class NavigationPolicy
+{
+public:
+    virtual ~NavigationPolicy() = default;
+    // True: the pane may go there. False: it stays where it is.
+    virtual bool decidePolicyForNavigationAction(const QUrl &url) = 0;
+};
+
+// A web view for pages that we wrote to disk and did not write ourselves: their scripts can't read the disk, open
+// windows, download, store or ask for anything. Main thread.
+class Pane : public QWebEngineView
+{
+    Q_OBJECT
+
+public:
+    explicit Pane(QWidget *parent = nullptr);
+    ~Pane() override;
+
+    void setPolicyDelegate(NavigationPolicy *policy); // borrowed; it outlives the pane
+    // Loads the file afresh; a missing file leaves the pane empty.
+    void loadFile(const QString &path);
+
+private:
+    class Page;
+
+    // One for all panes, without a trace on disk; it goes when the last page has gone.
+    const std::shared_ptr<QWebEngineProfile> m_profile;
+    Page *const m_page;
+};

@@ -1,0 +1,50 @@
+#include "controls/Theme.h"
+
+#include <QColor>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+bool isDark(const QPalette &palette)
+{
+    return palette.color(QPalette::Window).lightness() < 128;
+}
+
+QColor mixed(const QColor &from, const QColor &to, float part)
+{
+    const auto mix = [part](float a, float b) { return a + (b - a) * part; };
+    return QColor::fromRgbF(mix(from.redF(), to.redF()), mix(from.greenF(), to.greenF()),
+                            mix(from.blueF(), to.blueF()));
+}
+} // namespace
+
+QString Theme::mainWindowStyle(const QPalette &palette)
+{
+    const bool dark = isDark(palette);
+    const QColor window = palette.color(QPalette::Window);
+    const QColor text = palette.color(QPalette::WindowText);
+    const QColor line = mixed(window, text, 0.18F);
+    const QColor groove = mixed(window, text, 0.12F);
+    const QColor muted = mixed(window, text, dark ? 0.68F : 0.66F);
+    const QColor faint = mixed(window, text, 0.45F);
+    const QColor action(dark ? u"#d9733f"_s : u"#b4492a"_s);
+    const QColor onAction(dark ? u"#1b100b"_s : u"#ffffff"_s);
+
+    return uR"(
+QFrame#accountCard, QFrame#newsCard { background: #fffdf8; border: 1px solid %1; border-radius: 6px; }
+QLabel[role="heading"] { font-weight: 600; }
+QLabel[role="caption"] { color: %2; }
+ElidedLabel[role="version"] { font-weight: 600; }
+ElidedLabel#statusLabel { color: %2; }
+WayfarProgressIndicator { background: %3; border: none; }
+WayfarProgressIndicator::chunk { background: %4; }
+QPushButton#mainButton { background: %4; color: %5; border: 2px solid %4; border-radius: 8px; padding: 0 28px;
+    font-weight: 600; }
+QPushButton#mainButton:hover { background: %6; border-color: %6; }
+QPushButton#mainButton:pressed { background: %7; border-color: %7; }
+QPushButton#mainButton:focus { border-color: %8; }
+QPushButton#mainButton:disabled { background: %3; border-color: %3; color: %9; }
+)"_s.arg(line.name(), muted.name(), groove.name(), action.name(), onAction.name(), action.lighter(112).name(),
+         action.darker(115).name(), text.name(), faint.name());
+}

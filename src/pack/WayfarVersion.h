@@ -1,0 +1,31 @@
+#pragma once
+
+#include "platform/VendorHosts.h"
+
+#include <QString>
+
+#include <optional>
+
+class UrlLoader;
+class UserDefaults;
+
+// The version text of a table of contents: what follows "## Version:" on the first line that has it in any letter case,
+// without blanks and carriage returns. Nothing without such a line.
+std::optional<QString> versionInToc(QStringView toc);
+
+// The guide pack's two versions, opaque texts. Made afresh for each look.
+class WayfarVersion
+{
+public:
+    WayfarVersion(UserDefaults &defaults, UrlLoader &loader, const VendorHosts &hosts);
+
+    // The installed one; "none" without a readable table of contents or a version line in it.
+    QString localVersion() const;
+    // The published one, the vendor's whole answer; nothing when it could not be had. Blocks.
+    std::optional<QString> updateVersion() const;
+
+private:
+    UserDefaults &m_defaults;
+    UrlLoader &m_loader;
+    const VendorHosts m_hosts;
+};

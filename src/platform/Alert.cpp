@@ -1,0 +1,37 @@
+#include "platform/Alert.h"
+
+#include "platform/MainThread.h"
+
+#include <QApplication>
+#include <QMessageBox>
+#include <QPushButton>
+
+namespace
+{
+int show(const AlertContent &content)
+{
+    QMessageBox box(QApplication::activeWindow());
+    box.setWindowTitle(QGuiApplication::applicationDisplayName());
+    box.setIcon(content.alternateButton.isEmpty() ? QMessageBox::Warning : QMessageBox::Question);
+    box.setTextFormat(Qt::PlainText);
+    box.setText(content.messageText);
+    box.setInformativeText(content.informativeText);
+    QPushButton *defaultButton = box.addButton(content.defaultButton, QMessageBox::AcceptRole);
+    box.setDefaultButton(defaultButton);
+    box.setEscapeButton(defaultButton);
+    if (!content.alternateButton.isEmpty())
+        box.setEscapeButton(box.addButton(content.alternateButton, QMessageBox::RejectRole));
+
+    QApplication::setOverrideCursor(Qt::ArrowCursor); // it may open while the program waits
+    box.exec();
+    QApplication::restoreOverrideCursor();
+    return box.clickedButton() == defaultButton ? Alert::DefaultReturn : 0;
+}
+} // namespace
+
+int Alert::runModal(const AlertContent &content)
+{
+    int answer = 0;
+    MainThread::performAndWait([&] { answer = show(content); });
+    return answer;
+}

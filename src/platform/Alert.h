@@ -1,0 +1,22 @@
+#pragma once
+
+#include <QString>
+
+struct AlertContent {
+    QString messageText;
+    QString informativeText = {};
+    QString defaultButton = QStringLiteral("OK");
+    QString alternateButton = {}; // none when empty
+};
+
+// A question to the player, modal for the whole program.
+class Alert
+{
+public:
+    static constexpr int DefaultReturn = 1; // the answer of the default button
+
+    virtual ~Alert() = default;
+    // Returns when it was answered; shown on the main thread, callable on any. The texts are shown as they stand, never
+    // as markup.
+    virtual int runModal(const AlertContent &content);
+};

@@ -1,0 +1,64 @@
+#pragma once
+
+#include <QByteArray>
+#include <QList>
+#include <QString>
+
+#include <filesystem>
+#include <optional>
+
+using FilePath = std::filesystem::path; // bytes, as the file system keeps them: a name need not be UTF-8
+using OptionalPath = std::optional<FilePath>; // nothing where a folder it is built from could not be had
+
+FilePath toPath(const QString &text);
+QString toText(const FilePath &path);
+// The folder's text with the literal put behind it, as plain text; nothing when there is no folder.
+OptionalPath pathIn(const std::optional<QString> &folder, QStringView literal);
+
+// What became of a file operation, in the numbers that the callers judge by.
+struct FileError {
+    enum Code {
+        None = 0,
+        NoSuchFile = 4,
+        Unknown = 512,
+        NoWritePermission = 513, // the only one that a privileged second try may follow
+        InvalidFileName = 514,
+        FileExists = 516,
+        OutOfSpace = 640,
+        VolumeReadOnly = 642
+    };
+
+    Code code = None;
+    QString description;
+
+    explicit operator bool() const { return code != None; }
+};
+
+// The file services, each failure with the reason that the system gave. Links are handled as links everywhere. An
+// operation on no path does nothing and says NoSuchFile. Any thread.
+namespace FileManager
+{
+bool fileExists(const OptionalPath &path); // follows links: false for a dangling one
+bool itemExists(const OptionalPath &path); // true for a dangling link too
+bool isDirectory(const OptionalPath &path); // follows links
+
+// An existing folder is an error (FileExists) without intermediate folders, and none with them.
+[[nodiscard]] FileError createDirectory(const OptionalPath &path, bool withIntermediateDirectories);
+// With everything in it; stops at the first refusal, and what went before stays gone.
+[[nodiscard]] FileError removeItem(const OptionalPath &path);
+// The destination must not exist. A copy that fails leaves what it had made.
+[[nodiscard]] FileError copyItem(const OptionalPath &source, const OptionalPath &destination);
+// Also from one disk to another. The destination must not exist; a failed move leaves the source whole.
+[[nodiscard]] FileError moveItem(const OptionalPath &source, const OptionalPath &destination);
+// Names alone, in the file system's order, hidden ones included; nothing for a folder that can't be listed.
+QList<FilePath> contentsOfDirectory(const OptionalPath &path);
+// Gives the owner every right on the folders of a tree, so that it can be removed again.
+void makeTreeWritable(const OptionalPath &path);
+
+// Nothing for anything but a readable plain file.
+std::optional<QByteArray> contentsOfFile(const OptionalPath &path);
+[[nodiscard]] FileError createEmptyFile(const OptionalPath &path); // empties an existing one
+// False, and no file made, when there is none at the path.
+bool appendToExistingFile(const OptionalPath &path, QByteArrayView bytes);
+[[nodiscard]] FileError writeAtomically(const OptionalPath &path, QByteArrayView bytes);
+} // namespace FileManager

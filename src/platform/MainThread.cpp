@@ -1,0 +1,137 @@
+#include "platform/MainThread.h"
+
+#include <QApplication>
+#include <QEventLoop>
+#include <QThread>
+#include <QTimer>
+#include <QWidget>
+#include <QWindow>
+
+using namespace std::chrono_literals;
+
+namespace
+{
+int waits = 0; // the main thread's alone
+
+// Eats what the player did during a wait. A question that opens at a deeper level gets its answer all the same.
+class InputDrop : public QObject
+{
+public:
+    bool eventFilter(QObject *watched, QEvent *event) override
+    {
+        return (isInput(event->type()) && QThread::currentThread()->loopLevel() == m_level)
+            || QObject::eventFilter(watched, event);
+    }
+
+private:
+    static bool isInput(QEvent::Type type)
+    {
+        switch (type) {
+        case QEvent::MouseButtonPress:
+        case QEvent::MouseButtonRelease:
+        case QEvent::MouseButtonDblClick:
+        case QEvent::KeyPress:
+        case QEvent::KeyRelease:
+        case QEvent::Shortcut:
+        case QEvent::ShortcutOverride:
+        case QEvent::ContextMenu:
+        case QEvent::Wheel:
+        case QEvent::TouchBegin:
+        case QEvent::TouchUpdate:
+        case QEvent::TouchEnd:
+        case QEvent::TabletPress:
+        case QEvent::TabletRelease:
+            return true;
+        default:
+            return false;
+        }
+    }
+
+    const int m_level = QThread::currentThread()->loopLevel();
+};
+
+class ExposeWatch : public QObject
+{
+public:
+    explicit ExposeWatch(QEventLoop &loop) : m_loop(loop) { }
+
+    bool eventFilter(QObject *watched, QEvent *event) override
+    {
+        if (event->type() == QEvent::Expose)
+            m_loop.quit(); // when the window itself has seen it
+        return QObject::eventFilter(watched, event);
+    }
+
+private:
+    QEventLoop &m_loop;
+};
+
+void dropInput()
+{
+    InputDrop drop;
+    qApp->installEventFilter(&drop);
+    QCoreApplication::processEvents();
+}
+
+void paintWindows()
+{
+    for (QWidget *window : QApplication::topLevelWidgets()) {
+        if (window->isVisible() && !window->isMinimized())
+            MainThread::waitUntilShown(*window);
+    }
+}
+
+bool beginWait()
+{
+    if (!MainThread::isCurrent() || waits++ > 0)
+        return false;
+    QApplication::setOverrideCursor(Qt::WaitCursor);
+    paintWindows();
+    return true;
+}
+} // namespace
+
+bool MainThread::isCurrent()
+{
+    return qApp && qApp->thread() == QThread::currentThread();
+}
+
+void MainThread::performAndWait(const std::function<void()> &work)
+{
+    if (isCurrent())
+        work();
+    else
+        QMetaObject::invokeMethod(qApp, work, Qt::BlockingQueuedConnection);
+}
+
+void MainThread::performAfter(std::chrono::milliseconds delay, QObject *context, const std::function<void()> &work)
+{
+    // A timer belongs to the thread that starts it, and the caller's may be gone before it fires.
+    QMetaObject::invokeMethod(context, [=] { QTimer::singleShot(delay, context, work); });
+}
+
+void MainThread::waitUntilShown(QWidget &window)
+{
+    // Before its first exposure a window paints nothing. One on another desktop is never exposed: hence the limit.
+    if (window.windowHandle() && !window.windowHandle()->isExposed()) {
+        QEventLoop loop;
+        ExposeWatch watch(loop);
+        window.windowHandle()->installEventFilter(&watch);
+        QTimer::singleShot(1s, &loop, &QEventLoop::quit);
+        loop.exec(QEventLoop::ExcludeUserInputEvents);
+    }
+    window.repaint();
+}
+
+MainThread::Wait::Wait() : m_outermost(beginWait()) { }
+
+MainThread::Wait::~Wait()
+{
+    if (!MainThread::isCurrent())
+        return;
+    --waits;
+    if (!m_outermost)
+        return;
+    dropInput();
+    QApplication::restoreOverrideCursor();
+}

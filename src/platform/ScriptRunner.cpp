@@ -1,0 +1,101 @@
+#include "platform/ScriptRunner.h"
+
+#include "platform/ShellCommand.h"
+
+#include <unistd.h>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+constexpr int UserCanceled = -128;
+constexpr int SyntaxError = -2741;
+constexpr int NotAuthorized = -60005;
+constexpr int NoAgent = -60007;
+constexpr int GeneralError = -2700;
+
+// S: the administrator said yes. X: the command's status, after all that it wrote to standard error. The working folder
+// and the file mode mask are not the player's: a copy made under 077 could not be read afterwards. A nested shell,
+// since a syntax error ends the shell that finds it.
+const QByteArray wrapper =
+    "cd /; umask 022; printf 'S\\n'; /bin/sh -c \"$1\" 2>&1 >/dev/null; printf '\\nX%d\\n' \"$?\"";
+
+// Only the path and the language go along: pkexec refuses to work with an odd SHELL, TERM or XAUTHORITY.
+QProcessEnvironment plainEnvironment()
+{
+    const QProcessEnvironment ours = QProcessEnvironment::systemEnvironment();
+    QProcessEnvironment plain;
+    for (const QString &name : ours.keys()) {
+        if (name == u"PATH"_s || name.startsWith(u"LANG"_s) || name.startsWith(u"LC_"_s))
+            plain.insert(name, ours.value(name));
+    }
+    return plain;
+}
+
+// The text between the quotes; nothing when it is no such script. A backslash would be the start of an escape, which no
+// caller means.
+std::optional<QByteArray> commandIn(const QByteArray &source)
+{
+    const QByteArray head = "do shell script \"";
+    const QByteArray tail = "\" with administrator privileges";
+    if (!source.startsWith(head) || !source.endsWith(tail) || source.size() < head.size() + tail.size())
+        return std::nullopt;
+    const QByteArray command = source.sliced(head.size(), source.size() - head.size() - tail.size());
+    return command.contains('"') || command.contains('\\') ? std::nullopt : std::optional(command);
+}
+
+std::optional<ScriptError> judgeCommand(const QByteArray &output)
+{
+    const qsizetype mark = output.lastIndexOf("\nX"); // the last: the command may print such a line itself
+    if (mark < 0)
+        return ScriptError{GeneralError, u"The command was interrupted."_s};
+    const int status = output.sliced(mark + 2).trimmed().toInt();
+    const QString words = QString::fromLocal8Bit(output.sliced(2, std::max<qsizetype>(mark - 2, 0))).trimmed();
+    if (status == 0)
+        return std::nullopt;
+    return ScriptError{status, words.isEmpty() ? u"The command exited with a non-zero status."_s : words};
+}
+
+// pkexec ended without starting the command. Its texts are the same in every language.
+ScriptError judgeRefusal(int exitCode, QString words)
+{
+    words.remove(u"Error executing command as another user: "_s);
+    words.remove(u"This incident has been reported."_s);
+    words = words.trimmed();
+    if (exitCode == 126)
+        return {UserCanceled, u"User canceled."_s};
+    if (words.contains(u"Not authorized"_s))
+        return {NotAuthorized, u"The administrator user name or password was incorrect."_s};
+    if (words.contains(u"No authentication agent found."_s))
+        return {NoAgent, words};
+    return {GeneralError, words};
+}
+} // namespace
+
+ScriptRunner::ScriptRunner()
+    : ScriptRunner(::geteuid() == 0 ? QList<QByteArray>() : QList<QByteArray>{"pkexec", "--disable-internal-agent"})
+{
+}
+
+ScriptRunner::ScriptRunner(const QList<QByteArray> &launcher) : m_launcher(launcher) { }
+
+std::optional<ScriptError> ScriptRunner::execute(const QByteArray &source)
+{
+    const auto command = commandIn(source);
+    if (!command)
+        return ScriptError{SyntaxError, u"Expected end of line but found unknown token."_s};
+
+    QProcess process;
+    process.setProcessEnvironment(plainEnvironment());
+    ShellCommand::prepare(process, m_launcher + QList<QByteArray>{"/bin/sh", "-c", wrapper, "sh", *command});
+    process.start();
+    if (!process.waitForStarted(-1))
+        return ScriptError{GeneralError, process.errorString()};
+    process.waitForFinished(-1);
+
+    const QByteArray output = process.readAllStandardOutput();
+    const bool endedWell = process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0;
+    if (!output.startsWith("S\n"))
+        return judgeRefusal(process.exitCode(), QString::fromLocal8Bit(process.readAllStandardError()));
+    return endedWell ? judgeCommand(output) : ScriptError{GeneralError, u"The command was interrupted."_s};
+}

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <QByteArray>
+#include <QList>
+#include <QString>
+
+#include <optional>
+
+struct ScriptError {
+    int number = 0; // the command's exit status; negative when it never came to run
+    std::optional<QString> briefMessage;
+};
+
+// Runs a one-line script whose one form is: do shell script "COMMAND" with administrator privileges
+class ScriptRunner
+{
+public:
+    // What asks for the administrator and starts the shell; by default pkexec, and nothing for root.
+    ScriptRunner();
+    explicit ScriptRunner(const QList<QByteArray> &launcher);
+    virtual ~ScriptRunner() = default;
+
+    // Blocks the caller while the prompt stands and the command runs; nothing when it ended with 0. On the main thread,
+    // so that the prompt has the whole program for its parent (pkexec's authority is its parent process).
+    virtual std::optional<ScriptError> execute(const QByteArray &source);
+
+private:
+    const QList<QByteArray> m_launcher;
+};

@@ -1,0 +1,64 @@
+#include "platform/ShellCommand.h"
+
+#include <memory>
+#include <vector>
+
+#include <unistd.h>
+
+namespace
+{
+// A null-ended list of texts as exec(3) wants it, made before the fork: the child of a program with threads must not
+// allocate.
+class ExecList
+{
+public:
+    explicit ExecList(const QList<QByteArray> &texts) : m_texts(texts)
+    {
+        for (QByteArray &text : m_texts)
+            m_pointers.push_back(text.data());
+        m_pointers.push_back(nullptr);
+    }
+
+    char *const *get() const { return m_pointers.data(); }
+
+private:
+    QList<QByteArray> m_texts;
+    std::vector<char *> m_pointers;
+};
+
+QList<QByteArray> environmentOf(const QProcess &process)
+{
+    const QProcessEnvironment chosen = process.processEnvironment();
+    QList<QByteArray> entries;
+    for (const QString &entry : (chosen.isEmpty() ? QProcessEnvironment::systemEnvironment() : chosen).toStringList())
+        entries.append(entry.toLocal8Bit());
+    return entries;
+}
+} // namespace
+
+void ShellCommand::prepare(QProcess &process, const QList<QByteArray> &arguments)
+{
+    QStringList names;
+    for (const QByteArray &argument : arguments)
+        names.append(QString::fromLocal8Bit(argument));
+    process.setProgram(names.takeFirst());
+    process.setArguments(names);
+    process.setStandardInputFile(QProcess::nullDevice());
+
+    const auto argv = std::make_shared<const ExecList>(arguments);
+    const auto environment = std::make_shared<const ExecList>(environmentOf(process));
+    process.setChildProcessModifier([argv, environment] {
+        ::setsid();
+        // Comes back when it can't: QProcess then tries by itself and has the reason.
+        ::execvpe(*argv->get(), argv->get(), environment->get());
+    });
+}
+
+void ShellCommand::run(const QByteArray &line)
+{
+    QProcess shell;
+    prepare(shell, {"/bin/sh", "-c", line});
+    shell.setProcessChannelMode(QProcess::ForwardedChannels);
+    shell.start();
+    shell.waitForFinished(-1);
+}

@@ -1,0 +1,17 @@
+#pragma once
+
+#include <QByteArray>
+#include <QList>
+#include <QProcess>
+
+// Child processes with the two things that QProcess leaves out: arguments kept as bytes, since a path need not be
+// UTF-8, and a session of their own without a terminal, so that a tool that would ask there fails instead of waiting
+// for ever.
+namespace ShellCommand
+{
+// The program, found through PATH, and its arguments; the process's environment is set before. Not started yet;
+// standard input is empty.
+void prepare(QProcess &process, const QList<QByteArray> &arguments);
+// Hands the line to /bin/sh with the player's own rights and waits for its end, which nobody looks at.
+void run(const QByteArray &line);
+} // namespace ShellCommand

@@ -1,0 +1,166 @@
+#include "platform/UrlExchange.h"
+
+#include <QNetworkProxy>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+constexpr int MostRedirects = 16;
+
+long statusOf(CURL *handle)
+{
+    long status = 0;
+    curl_easy_getinfo(handle, CURLINFO_RESPONSE_CODE, &status);
+    return status;
+}
+} // namespace
+
+UrlExchange::UrlExchange(CURL *handle, const UrlLoaderSettings &settings, const UrlRequest &request, Receiver receiver)
+    : m_handle(handle), m_settings(settings), m_request(request), m_receiver(std::move(receiver))
+{
+    prepareHop();
+}
+
+UrlExchange::~UrlExchange()
+{
+    curl_easy_reset(m_handle); // it must not keep pointers into this object; live connections stay
+    curl_slist_free_all(m_headers);
+    curl_slist_free_all(m_connectTo);
+}
+
+void UrlExchange::prepareHop()
+{
+    curl_easy_reset(m_handle);
+    m_headersComplete = false;
+    setPolicy();
+    setProxy();
+    setRequest();
+}
+
+void UrlExchange::setPolicy()
+{
+    curl_easy_setopt(m_handle, CURLOPT_PROTOCOLS_STR, "https");
+    curl_easy_setopt(m_handle, CURLOPT_SSL_VERIFYPEER, 1L);
+    curl_easy_setopt(m_handle, CURLOPT_SSL_VERIFYHOST, 2L);
+    if (!m_settings.caFile.isEmpty())
+        curl_easy_setopt(m_handle, CURLOPT_CAINFO, m_settings.caFile.toLocal8Bit().constData());
+    curl_easy_setopt(m_handle, CURLOPT_NOSIGNAL, 1L);
+    curl_easy_setopt(m_handle, CURLOPT_CONNECTTIMEOUT, long(m_settings.idleSeconds));
+    curl_easy_setopt(m_handle, CURLOPT_LOW_SPEED_LIMIT, 1L);
+    curl_easy_setopt(m_handle, CURLOPT_LOW_SPEED_TIME, long(m_settings.idleSeconds));
+    curl_easy_setopt(m_handle, CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L);
+    curl_easy_setopt(m_handle, CURLOPT_HEADERFUNCTION, &UrlExchange::receiveHeader);
+    curl_easy_setopt(m_handle, CURLOPT_HEADERDATA, this);
+    curl_easy_setopt(m_handle, CURLOPT_WRITEFUNCTION, &UrlExchange::receiveData);
+    curl_easy_setopt(m_handle, CURLOPT_WRITEDATA, this);
+}
+
+// The proxy environment variables are libcurl's own business; this asks the desktop.
+void UrlExchange::setProxy()
+{
+    if (!m_settings.connectTo.isEmpty()) {
+        curl_slist_free_all(std::exchange(m_connectTo, nullptr));
+        for (const QByteArray &entry : m_settings.connectTo)
+            m_connectTo = curl_slist_append(m_connectTo, entry.constData());
+        curl_easy_setopt(m_handle, CURLOPT_CONNECT_TO, m_connectTo);
+        curl_easy_setopt(m_handle, CURLOPT_PROXY, ""); // a proxy would look the names up by itself
+        return;
+    }
+    const QNetworkProxyQuery query(QUrl(m_request.url));
+    const QNetworkProxy proxy = QNetworkProxyFactory::systemProxyForQuery(query).value(0, QNetworkProxy::NoProxy);
+    if (proxy.type() != QNetworkProxy::HttpProxy && proxy.type() != QNetworkProxy::Socks5Proxy)
+        return;
+    const QByteArray scheme = proxy.type() == QNetworkProxy::HttpProxy ? "http://" : "socks5h://";
+    curl_easy_setopt(m_handle, CURLOPT_PROXY, (scheme + proxy.hostName().toUtf8()).constData());
+    curl_easy_setopt(m_handle, CURLOPT_PROXYPORT, long(proxy.port()));
+    if (!proxy.user().isEmpty()) {
+        curl_easy_setopt(m_handle, CURLOPT_PROXYUSERNAME, proxy.user().toUtf8().constData());
+        curl_easy_setopt(m_handle, CURLOPT_PROXYPASSWORD, proxy.password().toUtf8().constData());
+    }
+}
+
+void UrlExchange::setRequest()
+{
+    curl_easy_setopt(m_handle, CURLOPT_URL, m_request.url.toUtf8().constData());
+    curl_slist_free_all(std::exchange(m_headers, nullptr));
+    for (const auto &[name, value] : m_request.headers)
+        m_headers = curl_slist_append(m_headers, (name + ": " + value).constData());
+    if (m_request.method == "POST") {
+        m_headers = curl_slist_append(m_headers, "Expect:"); // no waiting for a 100 Continue
+        curl_easy_setopt(m_handle, CURLOPT_POST, 1L);
+        // Never null, even for an empty form: libcurl would read the body from standard input.
+        curl_easy_setopt(m_handle, CURLOPT_POSTFIELDSIZE_LARGE, curl_off_t(m_request.body.size()));
+        curl_easy_setopt(m_handle, CURLOPT_POSTFIELDS, m_request.body.isNull() ? "" : m_request.body.constData());
+        curl_easy_setopt(m_handle, CURLOPT_FRESH_CONNECT, 1L); // a dead kept connection would have it sent again
+    }
+    curl_easy_setopt(m_handle, CURLOPT_HTTPHEADER, m_headers);
+}
+
+size_t UrlExchange::receiveHeader(char *bytes, size_t size, size_t count, void *self)
+{
+    auto *exchange = static_cast<UrlExchange *>(self);
+    const QByteArrayView line(bytes, qsizetype(size * count));
+    // The blank line; that of an interim answer (RFC 9110, 15.2) announces nothing.
+    if ((line == "\r\n" || line == "\n") && statusOf(exchange->m_handle) >= 200)
+        exchange->m_headersComplete = true;
+    return size * count;
+}
+
+size_t UrlExchange::receiveData(char *bytes, size_t size, size_t count, void *self)
+{
+    auto *exchange = static_cast<UrlExchange *>(self);
+    if (exchange->isFollowedRedirect())
+        return size * count; // its body is nobody's
+    exchange->reportResponse();
+    const bool goOn = exchange->m_receiver.data(QByteArrayView(bytes, qsizetype(size * count)));
+    return goOn ? size * count : 0;
+}
+
+void UrlExchange::reportResponse()
+{
+    if (!m_headersComplete || m_responseReported || isFollowedRedirect())
+        return;
+    m_responseReported = true;
+    curl_off_t length = -1;
+    curl_easy_getinfo(m_handle, CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &length);
+    m_receiver.response(length);
+}
+
+bool UrlExchange::isFollowedRedirect() const
+{
+    const long status = statusOf(m_handle);
+    curl_header *location = nullptr;
+    return status >= 300 && status < 400
+        && curl_easy_header(m_handle, "Location", 0, CURLH_HEADER, -1, &location) == CURLHE_OK;
+}
+
+UrlExchange::Outcome UrlExchange::hopEnded(CURLcode code)
+{
+    reportResponse();
+    if (code != CURLE_OK)
+        return fail(QString::fromUtf8(curl_easy_strerror(code)));
+    const char *target = nullptr;
+    curl_easy_getinfo(m_handle, CURLINFO_REDIRECT_URL, &target);
+    return isFollowedRedirect() && target ? follow(QString::fromUtf8(target)) : Outcome::Finished;
+}
+
+UrlExchange::Outcome UrlExchange::follow(const QString &target)
+{
+    if (++m_redirects > MostRedirects)
+        return fail(u"too many redirects"_s);
+    const long status = statusOf(m_handle);
+    if (m_request.method == "POST" && status >= 301 && status <= 303)
+        m_request = {.url = target}; // with neither the form nor the headers that described it
+    else if (m_request.method == "POST" && QUrl(target).host() != QUrl(m_request.url).host())
+        return fail(u"a form is not posted to another host"_s);
+    m_request.url = target;
+    prepareHop();
+    return Outcome::Redirected;
+}
+
+UrlExchange::Outcome UrlExchange::fail(const QString &reason)
+{
+    m_error = reason;
+    return Outcome::Failed;
+}

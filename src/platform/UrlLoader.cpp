@@ -1,0 +1,46 @@
+#include "platform/UrlLoader.h"
+
+#include "platform/UrlExchange.h"
+#include "platform/UrlTransfer.h"
+
+#include <QThread>
+
+namespace
+{
+CURL *newHandle()
+{
+    static const CURLcode ready = curl_global_init(CURL_GLOBAL_DEFAULT);
+    Q_UNUSED(ready)
+    return curl_easy_init();
+}
+} // namespace
+
+UrlLoader::UrlLoader(const UrlLoaderSettings &settings) : m_settings(settings), m_handle(newHandle(), curl_easy_cleanup)
+{
+}
+
+UrlLoader::~UrlLoader() = default;
+
+UrlAnswer UrlLoader::sendSynchronousRequest(const UrlRequest &request)
+{
+    const QMutexLocker lock(&m_mutex);
+    QByteArray body("", 0);
+    const auto append = [&body](QByteArrayView data) {
+        body.append(data);
+        return body.size() <= MostInMemory;
+    };
+    UrlExchange exchange(m_handle.get(), m_settings, request, {[](qint64) {}, append});
+    UrlExchange::Outcome outcome = exchange.hopEnded(curl_easy_perform(m_handle.get()));
+    while (outcome == UrlExchange::Outcome::Redirected)
+        outcome = exchange.hopEnded(curl_easy_perform(m_handle.get()));
+    if (outcome == UrlExchange::Outcome::Failed)
+        return {std::nullopt, exchange.error()};
+    return {body, {}};
+}
+
+void UrlLoader::start(const UrlRequest &request, const std::shared_ptr<UrlConnectionDelegate> &delegate)
+{
+    // Transfers of the loader's own thread go with it; another thread's are on their own until they end.
+    QObject *parent = thread() == QThread::currentThread() ? this : nullptr;
+    new UrlTransfer(m_settings, request, delegate, parent);
+}

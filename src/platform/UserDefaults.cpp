@@ -1,0 +1,194 @@
+#include "platform/UserDefaults.h"
+
+#include "platform/FileManager.h"
+#include "platform/SystemLog.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QJsonDocument>
+#include <QSaveFile>
+#include <QStandardPaths>
+
+#include <cerrno>
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+constexpr auto ownerOnly = QFileDevice::ReadOwner | QFileDevice::WriteOwner;
+
+QStringList preferencesFiles()
+{
+    QStringList files;
+    for (const QString &folder : QStandardPaths::standardLocations(QStandardPaths::GenericConfigLocation))
+        files.append(folder + u"/WayfarInstaller/preferences.json"_s);
+    return files;
+}
+
+// Nothing when the bytes are no JSON object.
+std::optional<QJsonObject> objectFrom(const QByteArray &bytes)
+{
+    const QJsonDocument document = QJsonDocument::fromJson(bytes);
+    return document.isObject() ? std::optional(document.object()) : std::nullopt;
+}
+
+void mergeInto(QJsonObject &object, const QJsonObject &stronger)
+{
+    for (auto entry = stronger.begin(); entry != stronger.end(); ++entry)
+        object.insert(entry.key(), entry.value());
+}
+
+// Held while the file is read, merged and replaced. The kernel frees it when a process dies.
+class FileLock
+{
+public:
+    explicit FileLock(const QString &path)
+        : m_descriptor(::open(QFile::encodeName(path).constData(), O_RDWR | O_CREAT | O_CLOEXEC, 0600))
+    {
+        while (m_descriptor >= 0 && ::flock(m_descriptor, LOCK_EX) != 0 && errno == EINTR) { }
+    }
+    ~FileLock()
+    {
+        if (m_descriptor >= 0)
+            ::close(m_descriptor);
+    }
+    Q_DISABLE_COPY_MOVE(FileLock)
+
+    bool isHeld() const { return m_descriptor >= 0; }
+
+private:
+    const int m_descriptor;
+};
+
+// A process killed while it wrote leaves its temporary file, and the password in it. Only under the lock: whatever
+// stands there then belongs to nobody.
+void removeLeftovers(const QFileInfo &file)
+{
+    QDir folder(file.path());
+    for (const QString &name : folder.entryList({file.fileName() + u".??????"_s}, QDir::Files | QDir::Hidden)) {
+        if (!name.endsWith(u".broken"_s))
+            folder.remove(name);
+    }
+}
+
+void setAside(const QString &file)
+{
+    QString name = file + u".broken"_s;
+    for (int number = 2; QFileInfo::exists(name) || QFileInfo(name).isSymLink(); ++number)
+        name = file + u".broken-"_s + QString::number(number);
+    QFile::rename(file, name);
+    SystemLog::write(u"The preferences could not be read and were set aside as %1"_s.arg(name));
+}
+
+// Nothing when a file is there that can't be opened: it may hold anything, so it must not be replaced.
+std::optional<QJsonObject> readOrSetAside(const QString &file)
+{
+    if (!QFileInfo::exists(file))
+        return QJsonObject();
+    const auto bytes = FileManager::contentsOfFile(toPath(file));
+    if (!bytes)
+        return std::nullopt;
+    if (const auto object = objectFrom(*bytes))
+        return object;
+    setAside(file);
+    return QJsonObject();
+}
+
+bool replaceFile(const QString &path, const QJsonObject &object)
+{
+    QSaveFile file(path);
+    const QByteArray bytes = QJsonDocument(object).toJson();
+    return file.open(QIODevice::WriteOnly) && file.setPermissions(ownerOnly) && file.write(bytes) == bytes.size()
+        && file.commit();
+}
+} // namespace
+
+UserDefaults::UserDefaults() : UserDefaults(preferencesFiles().constFirst(), preferencesFiles().sliced(1)) { }
+
+UserDefaults::UserDefaults(const QString &userFile, const QStringList &systemFiles) : m_userFile(userFile)
+{
+    for (auto file = systemFiles.crbegin(); file != systemFiles.crend(); ++file)
+        mergeInto(m_system,
+                  objectFrom(FileManager::contentsOfFile(toPath(*file)).value_or("")).value_or(QJsonObject()));
+    synchronize();
+}
+
+QJsonValue UserDefaults::objectForKey(const QString &key) const
+{
+    const QMutexLocker lock(&m_mutex);
+    for (const QJsonObject *level : {&m_pending, &m_user, &m_system}) {
+        if (const auto entry = level->find(key); entry != level->end())
+            return entry.value();
+    }
+    return QJsonValue::Undefined;
+}
+
+std::optional<QString> UserDefaults::stringForKey(const QString &key) const
+{
+    const QJsonValue value = objectForKey(key);
+    return value.isUndefined() ? std::nullopt : std::optional(value.toVariant().toString());
+}
+
+bool UserDefaults::boolForKey(const QString &key) const
+{
+    return objectForKey(key).toVariant().toBool();
+}
+
+void UserDefaults::setObject(const QString &key, const QJsonValue &value)
+{
+    const QMutexLocker lock(&m_mutex);
+    m_pending.insert(key, value);
+    store();
+}
+
+QJsonObject UserDefaults::dictionaryRepresentation() const
+{
+    const QMutexLocker lock(&m_mutex);
+    QJsonObject all = m_system;
+    mergeInto(all, m_user);
+    mergeInto(all, m_pending);
+    return all;
+}
+
+void UserDefaults::synchronize()
+{
+    const QMutexLocker lock(&m_mutex);
+    const auto bytes = FileManager::contentsOfFile(toPath(m_userFile));
+    const auto object = bytes ? objectFrom(*bytes) : std::nullopt;
+    if (!m_pending.isEmpty() || (!object && QFileInfo::exists(m_userFile)))
+        store(); // writes, or sets aside what can't be read
+    else
+        m_user = object.value_or(QJsonObject());
+}
+
+void UserDefaults::store()
+{
+    const QFileInfo file(m_userFile);
+    if (const FileError error = FileManager::createDirectory(toPath(file.path()), true))
+        return logOnce(error.description);
+    ::chmod(QFile::encodeName(file.path()).constData(), 0700);
+
+    const FileLock lock(m_userFile + u".lock"_s);
+    if (!lock.isHeld())
+        return logOnce(u"no lock"_s);
+    removeLeftovers(file);
+    std::optional<QJsonObject> merged = readOrSetAside(m_userFile);
+    if (!merged)
+        return logOnce(u"the file can't be read"_s);
+    mergeInto(*merged, m_pending);
+    if (!m_pending.isEmpty() && !replaceFile(m_userFile, *merged))
+        return logOnce(u"the file can't be written"_s);
+    m_user = *merged;
+    m_pending = {};
+}
+
+void UserDefaults::logOnce(const QString &reason)
+{
+    if (!std::exchange(m_failureLogged, true))
+        SystemLog::write(u"The preferences are kept for this run only, %1: %2"_s.arg(m_userFile, reason));
+}

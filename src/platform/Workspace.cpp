@@ -1,0 +1,93 @@
+#include "platform/Workspace.h"
+
+#include "platform/ShellCommand.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <QStandardPaths>
+
+#include <chrono>
+
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+
+namespace
+{
+bool start(const QString &program, const QStringList &arguments, const QString &folder)
+{
+    return QProcess::startDetached(program, arguments, folder);
+}
+
+// A file system without modes shows every file as executable, so the beginning decides.
+bool isProgram(const QFileInfo &file)
+{
+    QFile bytes(file.filePath());
+    if (!file.isFile() || !file.isExecutable() || !bytes.open(QIODevice::ReadOnly))
+        return false;
+    const QByteArray head = bytes.read(4);
+    return head
+        == "\x7f"
+           "ELF"
+        || head.startsWith("#!");
+}
+
+bool isBundle(const QFileInfo &file)
+{
+    return file.isDir() && (QFileInfo(file.filePath() + u"/AppRun"_s).isFile() || file.suffix() == u"app"_s);
+}
+
+bool startBundle(const QFileInfo &bundle)
+{
+    for (const QString &name : {u"AppRun"_s, bundle.completeBaseName()}) {
+        const QFileInfo program(bundle.filePath() + u'/' + name);
+        if (program.isFile() && program.isExecutable())
+            return start(program.filePath(), {}, bundle.filePath());
+    }
+    return false;
+}
+
+// Hands a file over to the desktop. xdg-open either ends at once and knows whether it found something, or stays with
+// what it started; then it must not be ended with us, so nobody owns the process object any more.
+bool openByDesktop(const QString &what)
+{
+    auto *process = new QProcess;
+    ShellCommand::prepare(*process, {"xdg-open", what.toLocal8Bit()});
+    process->setProcessChannelMode(QProcess::ForwardedChannels);
+    process->start();
+    constexpr std::chrono::milliseconds patience = 3s;
+    if (process->waitForStarted() && !process->waitForFinished(int(patience.count())))
+        return true;
+    const bool opened = process->error() != QProcess::FailedToStart && process->exitCode() == 0;
+    delete process;
+    return opened;
+}
+} // namespace
+
+bool Workspace::openFile(const QString &path)
+{
+    const QFileInfo file(QFileInfo(path).absoluteFilePath());
+    if (!file.exists())
+        return false;
+    if (isBundle(file))
+        return startBundle(file);
+    if (file.suffix() == u"desktop"_s)
+        return start(u"gio"_s, {u"launch"_s, file.filePath()}, file.path());
+    const QString wine = QStandardPaths::findExecutable(u"wine"_s);
+    if (file.suffix().compare(u"exe"_s, Qt::CaseInsensitive) == 0 && !wine.isEmpty())
+        return start(wine, {file.filePath()}, file.path());
+    if (isProgram(file))
+        return start(file.filePath(), {}, file.path());
+    return openByDesktop(file.filePath());
+}
+
+bool Workspace::openURL(const QUrl &url)
+{
+    const bool web = url.scheme() == u"https"_s || url.scheme() == u"http"_s;
+    return web && start(u"xdg-open"_s, {url.toString(QUrl::FullyEncoded)}, {});
+}
+
+bool Workspace::launchApplication(const QString &path)
+{
+    const QFileInfo bundle(QFileInfo(path).absoluteFilePath());
+    return bundle.isDir() && startBundle(bundle);
+}

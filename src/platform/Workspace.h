@@ -1,0 +1,20 @@
+#pragma once
+
+#include <QString>
+#include <QUrl>
+
+// Starts other programs, which live on when this one ends.
+class Workspace
+{
+public:
+    virtual ~Workspace() = default;
+
+    // An executable, script or AppImage is started, a desktop entry by its Exec line, a folder bundle by its AppRun
+    // (else the executable of its own name), a Windows program by wine; anything else by what the desktop has for it.
+    // False when the path is missing or nothing started.
+    virtual bool openFile(const QString &path);
+    // A web address, in the player's browser. No other scheme is opened: pages come from outside.
+    virtual bool openURL(const QUrl &url);
+    // A folder bundle.
+    virtual bool launchApplication(const QString &path);
+};

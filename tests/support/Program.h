@@ -1,0 +1,40 @@
+#pragma once
+
+#include "support/StandIns.h"
+#include "support/TestWorld.h"
+
+#include "app/AppDelegate.h"
+#include "app/MainWindow.h"
+#include "app/SplashScreen.h"
+
+#include <QAbstractButton>
+#include <QTest>
+
+// The real delegate with its real windows in a TestWorld; stand-ins for the player's answers, the browser, the game,
+// the administrator and the end. Needs a QApplication.
+struct Program {
+    // world is borrowed.
+    explicit Program(TestWorld &world)
+        : delegate({world.hosts(), world.defaults(), world.loader(), workspace, alert, administrator,
+                    [this] { ++terminations; }})
+    {
+    }
+
+    // applicationDidFinishLaunching, until the worker is done and the status line is set. False after 20 s.
+    bool start()
+    {
+        delegate.applicationDidFinishLaunching();
+        return QTest::qWaitFor([this] { return !delegate.isStarting(); }, 20000);
+    }
+
+    template<typename Control = QAbstractButton> Control *control(const char *name) const
+    {
+        return delegate.window()->findChild<Control *>(QString::fromLatin1(name));
+    }
+
+    RecordingWorkspace workspace;
+    RecordingAlert alert;
+    Administrator administrator;
+    int terminations = 0;
+    AppDelegate delegate;
+};

@@ -1,0 +1,162 @@
+#include "support/TestWorld.h"
+
+#include "settings/PreferenceKeys.h"
+
+#include <QDir>
+#include <QFile>
+#include <QProcess>
+#include <QTemporaryFile>
+#include <QTest>
+
+#include <sys/fsuid.h>
+#include <unistd.h>
+
+using namespace Qt::StringLiterals;
+
+TestWorld::TestWorld()
+{
+    QFile::setPermissions(m_folder.path(), QFile::permissions(m_folder.path()) | QFile::ReadOther | QFile::ExeOther);
+    qputenv("HOME", path(u"home"_s).toLocal8Bit());
+    qputenv("XDG_DATA_HOME", path(u"data"_s).toLocal8Bit());
+    qputenv("XDG_CONFIG_HOME", path(u"config"_s).toLocal8Bit());
+    qputenv("XDG_CONFIG_DIRS", path(u"etc"_s).toLocal8Bit());
+    m_defaults = std::make_unique<UserDefaults>();
+    m_defaults->setObject(PreferenceKeys::installPath, gameFolder());
+    m_loader = std::make_unique<UrlLoader>(network());
+}
+
+TestWorld::~TestWorld()
+{
+    FileManager::makeTreeWritable(toPath(m_folder.path()));
+}
+
+QString TestWorld::path(const QString &below) const
+{
+    return below.isEmpty() ? m_folder.path() : m_folder.filePath(below);
+}
+
+QString TestWorld::supportFolder() const
+{
+    return path(u"data/WayfarInstaller"_s);
+}
+
+QString TestWorld::gameFolder() const
+{
+    return path(u"game"_s);
+}
+
+QString TestWorld::addOnFolder() const
+{
+    return gameFolder() + u"/_retail_/Interface/AddOns"_s;
+}
+
+QString TestWorld::preferencesFile() const
+{
+    return path(u"config/WayfarInstaller/preferences.json"_s);
+}
+
+VendorServer &TestWorld::vendor()
+{
+    if (!m_vendor)
+        m_vendor = std::make_unique<VendorServer>();
+    return *m_vendor;
+}
+
+VendorHosts TestWorld::hosts() const
+{
+    return {u"wayfar.example"_s, u"download.wayfar.example"_s};
+}
+
+UrlLoaderSettings TestWorld::network()
+{
+    return {.caFile = vendor().caFile(), .connectTo = vendor().connectTo()};
+}
+
+void TestWorld::useVendor(const UrlLoaderSettings &settings)
+{
+    m_loader = std::make_unique<UrlLoader>(settings);
+}
+
+void TestWorld::goOffline()
+{
+    UrlLoaderSettings nowhere = network();
+    nowhere.connectTo = {"::127.0.0.1:1"}; // nothing listens there
+    useVendor(nowhere);
+}
+
+void TestWorld::write(const QString &file, const QByteArray &bytes) const
+{
+    QVERIFY(QDir().mkpath(QFileInfo(file).path()));
+    QFile out(file);
+    QVERIFY(out.open(QIODevice::WriteOnly));
+    QCOMPARE(out.write(bytes), bytes.size());
+}
+
+QByteArray TestWorld::read(const QString &file) const
+{
+    QFile in(file);
+    return in.open(QIODevice::ReadOnly) ? in.readAll() : QByteArray();
+}
+
+void TestWorld::installPack(const QByteArray &version) const
+{
+    write(addOnFolder() + u"/Trailbook/Trailbook.toc"_s, "## Title: Trailbook\n## Version: " + version + "\n");
+    write(addOnFolder() + u"/Trailbook/Old.lua"_s, "-- old\n");
+}
+
+QByteArray TestWorld::zip(const QList<std::pair<QString, QByteArray>> &entries) const
+{
+    const QTemporaryDir folder;
+    QStringList arguments = {u"-qry"_s, folder.filePath(u"made.zip"_s)};
+    for (const auto &[name, bytes] : entries) {
+        const QString file = folder.filePath(u"in/"_s + name);
+        if (name.endsWith(u'/'))
+            QDir().mkpath(file);
+        else
+            write(file, bytes);
+        const QString top = name.section(u'/', 0, 0);
+        if (!arguments.contains(top))
+            arguments.append(top);
+    }
+    QProcess tool;
+    tool.setWorkingDirectory(folder.filePath(u"in"_s));
+    tool.start(u"zip"_s, arguments);
+    tool.waitForFinished();
+    return read(folder.filePath(u"made.zip"_s));
+}
+
+namespace
+{
+constexpr uid_t nobody = 65534;
+}
+
+OrdinaryUser::OrdinaryUser()
+{
+    if (::geteuid() == 0) {
+        ::setfsgid(nobody);
+        ::setfsuid(nobody);
+    }
+}
+
+OrdinaryUser::~OrdinaryUser()
+{
+    if (::geteuid() == 0) {
+        ::setfsuid(0);
+        ::setfsgid(0);
+    }
+}
+
+QByteArray standardErrorOf(const std::function<void()> &action)
+{
+    QTemporaryFile file;
+    file.open();
+    std::fflush(stderr);
+    const int kept = ::dup(STDERR_FILENO);
+    ::dup2(file.handle(), STDERR_FILENO);
+    action();
+    std::fflush(stderr);
+    ::dup2(kept, STDERR_FILENO);
+    ::close(kept);
+    file.seek(0);
+    return file.readAll();
+}

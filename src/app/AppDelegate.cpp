@@ -3,23 +3,24 @@
 #include "account/UserLogin.h"
 #include "app/MainWindow.h"
 #include "app/SplashScreen.h"
+#include "content/ChangeLog.h"
+#include "content/InstallerImages.h"
+#include "content/RSSFeed.h"
 #include "controls/CursorButtons.h"
+#include "controls/ImageView.h"
 #include "pack/WayfarUpdateInstaller.h"
 #include "platform/MainThread.h"
 #include "platform/UserDefaults.h"
 #include "platform/Windows.h"
 #include "platform/Workspace.h"
 #include "settings/PreferenceKeys.h"
+#include "settings/SettingsWindow.h"
 #include "settings/Utility.h"
 
 #include <QThread>
 
 using namespace Qt::StringLiterals;
-
-namespace
-{
-const QString launchFailed = u"Failed to launch World of Warcraft Launcher. Please check settings..."_s;
-}
+using namespace std::chrono_literals;
 
 AppDelegate::AppDelegate(const Surroundings &surroundings) : m_surroundings(surroundings)
 {
@@ -65,10 +66,31 @@ void AppDelegate::startInstaller()
 
 void AppDelegate::downloadInstallerFiles()
 {
-    UserLogin::loginUser().performLogin();
-    updateVersionText();
+    {
+        const MainThread::Wait wait; // on the main thread after a declined upgrade
+        RSSFeed(m_surroundings.loader, m_surroundings.hosts).parseRSSWithURL();
+        UserLogin::loginUser().performLogin();
+        downloadBanners();
+        updateVersionText();
+        armAutomaticLaunch();
+    }
     MainThread::performAndWait([this] { closeSplashScreen(); });
     showLoginOutcome();
+}
+
+void AppDelegate::downloadBanners()
+{
+    const auto show = [](ImageView *view, const QImage &image) {
+        QMetaObject::invokeMethod(view, [view, image] { view->setImage(image); });
+    };
+    show(largeImage(), InstallerImages::downloadLargeImage(m_surroundings.loader, m_surroundings.hosts));
+    show(smallImage(), InstallerImages::downloadSmallImage(m_surroundings.loader, m_surroundings.hosts));
+}
+
+// Always: launchWow decides when it comes to it. The seconds count from here, not from the main window's appearance.
+void AppDelegate::armAutomaticLaunch()
+{
+    MainThread::performAfter(5s, this, [this] { launchWow(); });
 }
 
 void AppDelegate::closeSplashScreen()
@@ -89,18 +111,9 @@ void AppDelegate::loadNewsPage()
 void AppDelegate::update(const QString &senderTitle)
 {
     if (senderTitle == u"Play"_s)
-        playGame();
+        openLauncher();
     else
         startDownload();
-}
-
-void AppDelegate::playGame()
-{
-    const auto launcher = m_surroundings.defaults.stringForKey(PreferenceKeys::launchPath);
-    if (launcher && !launcher->isEmpty() && m_surroundings.workspace.openFile(*launcher))
-        m_surroundings.terminate();
-    else
-        setStatusStr(launchFailed);
 }
 
 void AppDelegate::startDownload()
@@ -115,6 +128,13 @@ void AppDelegate::startDownload()
     setStatusStr(u"Downloading..."_s);
 }
 
+void AppDelegate::getLogs()
+{
+    m_log.reset(); // with its window
+    m_log = std::make_unique<ChangeLog>(m_surroundings.loader, m_surroundings.hosts);
+    m_log->showLogs();
+}
+
 void AppDelegate::bannerClick()
 {
     m_surroundings.workspace.openURL(QUrl(u"https://"_s + m_surroundings.hosts.www() + u"/installer/redirect.php"_s));
@@ -122,6 +142,8 @@ void AppDelegate::bannerClick()
 
 void AppDelegate::windowWillClose(const QObject *closing)
 {
+    if (closing == m_settingsWindow)
+        m_settingsWindow = nullptr;
     if (closing == m_window.get())
         m_surroundings.terminate();
 }
@@ -133,6 +155,12 @@ bool AppDelegate::decidePolicyForNavigationAction(const QUrl &url)
         return true;
     m_surroundings.workspace.openURL(url);
     return false;
+}
+
+QString AppDelegate::gameFolder() const
+{
+    return m_surroundings.defaults.stringForKey(PreferenceKeys::installPath)
+        .value_or(PreferenceKeys::defaultInstallPath);
 }
 
 Pane *AppDelegate::htmlView() const

@@ -5,6 +5,7 @@
 #include "pack/UpdateDownloadDelegate.h"
 #include "platform/FileManager.h"
 
+#include <QJsonObject>
 #include <QMutex>
 #include <QObject>
 #include <QString>
@@ -12,10 +13,12 @@
 #include <memory>
 #include <optional>
 
+class ChangeLog;
 class CursorButtons;
 class ImageView;
 class MainWindow;
 class QThread;
+class SettingsWindow;
 class SplashScreen;
 class WayfarUpdateInstaller;
 
@@ -39,6 +42,9 @@ public:
     CursorButtons *button1() const; // over the large banner
     CursorButtons *button2() const; // over the small one
     SplashScreen *splashWindow() const { return m_splashWindow.get(); } // null once it was closed
+    SettingsWindow *settingsWindow() const { return m_settingsWindow; } // null unless it is open
+    ChangeLog *log() const { return m_log.get(); } // null before the first press
+    QJsonObject settingsOldValue() const { return m_settingsOldValue; } // the preferences as openSettings found them
 
     std::optional<QString> currentVersion() const { return load(m_currentVersion); }
     std::optional<QString> updateVersion() const { return load(m_updateVersion); } // nothing: it could not be had
@@ -63,6 +69,7 @@ public:
 
     // The main window's actions.
     void update(const QString &senderTitle);
+    void getLogs();
     void bannerClick();
     void windowWillClose(const QObject *closing);
     bool decidePolicyForNavigationAction(const QUrl &url) override;
@@ -73,6 +80,21 @@ public:
     void downloadFinishedWithResult(bool result) override;
     void installNewVersion();
     void moveUpdateToInstallLocation(const FilePath &source, const FilePath &destination);
+
+    // The game.
+    void launchWow();
+
+    // The settings.
+    void openSettings();
+    void browser(const QObject *sender);
+    void autoDetectPath();
+    void okaySettings();
+    void cancelSettings();
+
+    // The repair.
+    QList<FilePath> filesToRepair() const;
+    bool removeLuaFiles(); // false only when it showed its failure
+    void repairtInstallation();
 
     // The account.
     void reLogin();
@@ -101,8 +123,15 @@ private:
     }
 
     void showSplashScreen();
-    void playGame();
+    QString gameFolder() const; // the stored one, or where it usually is
+    void downloadBanners();
+    void armAutomaticLaunch();
+    void openLauncher();
     void startDownload();
+    void loadSettingsWindow();
+    void storePath(const QString &key, const QString &path);
+    void closeSettings();
+    bool removeAsAdministrator(const FilePath &addOnFolder);
     void loadAccountPage();
     void loadNewsPage();
     void showLoginOutcome();
@@ -120,6 +149,9 @@ private:
 
     std::unique_ptr<SplashScreen> m_splashWindow;
     std::unique_ptr<MainWindow> m_window;
+    SettingsWindow *m_settingsWindow = nullptr; // the main window's child; it deletes itself when it closes
+    QJsonObject m_settingsOldValue;
+    std::unique_ptr<ChangeLog> m_log;
     std::shared_ptr<WayfarUpdateInstaller> m_updateInstaller; // its transfer holds it too
     std::unique_ptr<QThread> m_worker;
 };

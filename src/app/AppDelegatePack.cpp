@@ -55,9 +55,7 @@ void AppDelegate::installNewVersion()
     (void)FileManager::createDirectory(extractionFolder, false);
     ArchiveExtraction::extract(DownloadFile::path(), extractionFolder);
 
-    const QString game =
-        m_surroundings.defaults.stringForKey(PreferenceKeys::installPath).value_or(PreferenceKeys::defaultInstallPath);
-    const FilePath addOnFolder = toPath(game + u"/_retail_/Interface/AddOns/"_s);
+    const FilePath addOnFolder = toPath(gameFolder() + u"/_retail_/Interface/AddOns/"_s);
     if (!FileManager::fileExists(addOnFolder))
         (void)FileManager::createDirectory(addOnFolder, true); // each entry tries again, and escalates
     for (const FilePath &name : FileManager::contentsOfDirectory(extractionFolder))

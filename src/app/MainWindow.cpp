@@ -59,6 +59,10 @@ void MainWindow::connectActions()
     });
     connect(m_ui->button1, &QPushButton::clicked, &m_delegate, &AppDelegate::bannerClick);
     connect(m_ui->button2, &QPushButton::clicked, &m_delegate, &AppDelegate::bannerClick);
+    connect(m_ui->settingsButton, &QPushButton::clicked, &m_delegate, &AppDelegate::openSettings);
+    connect(m_ui->settingsAction, &QAction::triggered, &m_delegate, &AppDelegate::openSettings);
+    connect(m_ui->changeLogButton, &QPushButton::clicked, &m_delegate, &AppDelegate::getLogs);
+    connect(m_ui->changeLogAction, &QAction::triggered, &m_delegate, &AppDelegate::getLogs);
     connect(m_ui->quitAction, &QAction::triggered, this, &QWidget::close);
 }
 

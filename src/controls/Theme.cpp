@@ -46,5 +46,15 @@ QPushButton#mainButton:pressed { background: %7; border-color: %7; }
 QPushButton#mainButton:focus { border-color: %8; }
 QPushButton#mainButton:disabled { background: %3; border-color: %3; color: %9; }
 )"_s.arg(line.name(), muted.name(), groove.name(), action.name(), onAction.name(), action.lighter(112).name(),
-         action.darker(115).name(), text.name(), faint.name());
+         action.darker(115).name(), mixed(action, text, 0.55F).name(), faint.name());
+}
+
+QString Theme::settingsStyle(const QPalette &palette)
+{
+    const QColor window = palette.color(QPalette::Window);
+    const QColor muted = mixed(window, palette.color(QPalette::WindowText), isDark(palette) ? 0.68F : 0.66F);
+    return uR"(
+QLabel[role="heading"] { font-weight: 600; }
+ElidedLabel[role="path"] { color: %1; }
+)"_s.arg(muted.name());
 }

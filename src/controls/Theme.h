@@ -7,4 +7,5 @@
 namespace Theme
 {
 QString mainWindowStyle(const QPalette &palette);
-}
+QString settingsStyle(const QPalette &palette);
+} // namespace Theme

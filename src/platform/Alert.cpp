@@ -3,8 +3,10 @@
 #include "platform/MainThread.h"
 
 #include <QApplication>
+#include <QIcon>
 #include <QMessageBox>
 #include <QPushButton>
+#include <QStyle>
 
 namespace
 {
@@ -12,7 +14,8 @@ int show(const AlertContent &content)
 {
     QMessageBox box(QApplication::activeWindow());
     box.setWindowTitle(QGuiApplication::applicationDisplayName());
-    box.setIcon(content.alternateButton.isEmpty() ? QMessageBox::Warning : QMessageBox::Question);
+    const QIcon ours = QGuiApplication::windowIcon(); // news, good and bad alike: no sign of alarm
+    box.setIconPixmap(ours.pixmap(box.style()->pixelMetric(QStyle::PM_MessageBoxIconSize)));
     box.setTextFormat(Qt::PlainText);
     box.setText(content.messageText);
     box.setInformativeText(content.informativeText);

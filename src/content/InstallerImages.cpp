@@ -1,0 +1,52 @@
+#include "content/InstallerImages.h"
+
+#include "platform/Bundle.h"
+#include "platform/UrlLoader.h"
+
+#include <QBuffer>
+#include <QImageReader>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+constexpr qint64 mostPixels = 16 * 1024 * 1024; // a banner has a fiftieth of it; a few bytes can claim any number
+
+// Pictures made of pixels alone: an SVG or a PDF could name files of this machine.
+QImage decoded(const QByteArray &bytes)
+{
+    static const QList<QByteArray> formats = {"png", "jpeg", "gif", "webp", "bmp"};
+    QBuffer buffer;
+    buffer.setData(bytes);
+    QImageReader reader(&buffer);
+    reader.setDecideFormatFromContent(true);
+    if (!formats.contains(reader.format()))
+        return {};
+    const QSize size = reader.size();
+    if (qint64(size.width()) * size.height() > mostPixels)
+        return {};
+    return reader.read();
+}
+
+QImage banner(UrlLoader &loader, const VendorHosts &hosts, const QString &name)
+{
+    const QString url = u"https://"_s + hosts.site + u"/installer/banners/"_s + name + u".png"_s;
+    const auto bytes = InstallerImages::downloadImage(loader, url);
+    return bytes ? decoded(*bytes) : Bundle::imageNamed(name);
+}
+} // namespace
+
+std::optional<QByteArray> InstallerImages::downloadImage(UrlLoader &loader, const QString &url)
+{
+    return loader.sendSynchronousRequest({.url = url}).body;
+}
+
+QImage InstallerImages::downloadSmallImage(UrlLoader &loader, const VendorHosts &hosts)
+{
+    return banner(loader, hosts, u"small"_s);
+}
+
+QImage InstallerImages::downloadLargeImage(UrlLoader &loader, const VendorHosts &hosts)
+{
+    return banner(loader, hosts, u"large"_s);
+}

@@ -1,0 +1,41 @@
+#pragma once
+
+#include "platform/VendorHosts.h"
+
+#include <QByteArray>
+#include <QString>
+
+#include <optional>
+
+class UrlLoader;
+
+// Turns the vendor's feed into the news page, "rssfeed.html" in the support folder: one linked headline with a date for
+// every end of a title that finds an earlier link and date. One object a page.
+class RSSFeed
+{
+public:
+    RSSFeed(UrlLoader &loader, const VendorHosts &hosts);
+
+    // Fetches, parses and writes. Blocks; any thread. A feed that can't be had or breaks gives the lines before that.
+    void parseRSSWithURL();
+
+    // The whole page of a document, from its head to its tail.
+    QString pageOf(const QByteArray &document);
+
+    // What the parser reports, names with their prefixes and every piece of text by itself. Text in CDATA sections is
+    // never reported.
+    void parserDidStartElement(const QString &name);
+    void parserFoundCharacters(const QString &text);
+    void parserDidEndElement();
+
+private:
+    void appendLine();
+
+    UrlLoader &m_loader;
+    const VendorHosts m_hosts;
+    std::optional<QString> m_currentElement; // the most recently started one
+    std::optional<QString> m_currentTitle;
+    std::optional<QString> m_currentURL;
+    std::optional<QString> m_currentPubDate;
+    QString m_htmlString;
+};

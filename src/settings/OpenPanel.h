@@ -1,0 +1,31 @@
+#pragma once
+
+#include <QFileDialog>
+
+// Lets the player choose one thing: a folder, or a file, for which a folder bundle (*.app) counts. Hidden things show
+// with Ctrl+H. The toolkit's own dialog, since a desktop's would walk into bundles and hide the places of games.
+class OpenPanel : public QFileDialog
+{
+    Q_OBJECT
+
+public:
+    enum Choice { Folders, Files };
+
+    // Opens at the current value, or the nearest parent of it that exists.
+    OpenPanel(Choice choice, const QString &current, QWidget *parent);
+
+    // After exec() gave Accepted; empty when nothing was chosen.
+    QString chosen() const;
+
+protected:
+    void accept() override;
+
+private:
+    void openAt(const QString &current);
+    void addPlaces();
+    void toggleHidden();
+    void chooseBundle(const QString &path);
+
+    const Choice m_choice;
+    QString m_bundle;
+};

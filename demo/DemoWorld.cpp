@@ -1,4 +1,4 @@
-#include "DemoWorld.h"
+#include "demo/DemoWorld.h"
 
 #include "platform/UserDefaults.h"
 #include "settings/PreferenceKeys.h"
@@ -76,6 +76,11 @@ bool DemoWorld::wasLaunched() const
     return QFile::exists(launchMark);
 }
 
+void DemoWorld::forgetLaunch() const
+{
+    QFile::remove(launchMark);
+}
+
 QByteArray DemoWorld::installedToc() const
 {
     return contentsOf(addOn + u"/Trailbook.toc"_s);
@@ -86,6 +91,8 @@ void DemoWorld::publish()
     m_vendor.addAccount(u"rowan"_s, u"long road"_s, content(u"account.html"_s));
     m_vendor.setPackVersion("1.2.6");
     m_vendor.setPack(pack());
+    m_vendor.setFeed(content(u"feed.xml"_s));
+    m_vendor.setChangeLog(content(u"changelog.txt"_s));
     m_vendor.setBanners(content(u"banners-small/small.png"_s), content(u"banners-large/large.png"_s));
 }
 

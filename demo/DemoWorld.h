@@ -1,6 +1,6 @@
 #pragma once
 
-#include "VendorServer.h"
+#include "demo/VendorServer.h"
 
 #include "platform/UrlLoader.h"
 #include "platform/VendorHosts.h"
@@ -19,6 +19,7 @@ public:
 
     QString picture(const QString &name) const; // the path for a picture of the tour
     bool wasLaunched() const; // the sample launcher has run
+    void forgetLaunch() const;
     QByteArray installedToc() const;
 
 private:

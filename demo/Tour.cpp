@@ -1,126 +1,81 @@
-#include "Tour.h"
+#include "demo/Tour.h"
 
-#include "DemoWorld.h"
+#include "demo/DemoWorld.h"
 
-#include "controls/ElidedLabel.h"
-#include "controls/Pane.h"
-
-#include <QAbstractButton>
 #include <QApplication>
-#include <QDeadlineTimer>
-#include <QEventLoop>
+#include <QCheckBox>
+#include <QLineEdit>
+#include <QPalette>
+#include <QPlainTextEdit>
 #include <QProgressBar>
 #include <QTimer>
 
-#include <chrono>
-#include <cstdio>
-#include <cstdlib>
-
 using namespace Qt::StringLiterals;
-using namespace std::chrono_literals;
 
 namespace
 {
-void say(const char *mark, const QString &text)
-{
-    std::printf("%s %s\n", mark, text.toLocal8Bit().constData());
-    std::fflush(stdout);
-}
+const QString mainLayout = u"MainWindow"_s;
+const QString settingsLayout = u"SettingsWindow"_s;
 
-// A visible window by the name of its layout; null when there is none.
-QWidget *windowNamed(const QString &name)
+QPalette darkPalette()
 {
-    for (QWidget *window : QApplication::topLevelWidgets()) {
-        if (window->objectName() == name && window->isVisible())
-            return window;
-    }
-    return nullptr;
-}
-
-template<typename Control> Control *control(const QString &name)
-{
-    QWidget *window = windowNamed(u"MainWindow"_s);
-    return window ? window->findChild<Control *>(name) : nullptr;
-}
-
-bool reads(const QString &label, const QString &text)
-{
-    const auto *found = control<ElidedLabel>(label);
-    return found && found->text() == text;
-}
-
-bool buttonReads(const QString &text)
-{
-    const auto *button = control<QAbstractButton>(u"mainButton"_s);
-    return button && button->isEnabled() && button->text() == text;
-}
-
-// A web view is blank for a moment after its page has loaded: its text is dark.
-bool showsText(const QString &pane)
-{
-    auto *view = control<Pane>(pane);
-    if (!view)
-        return false;
-    const QImage image = view->grab().toImage().convertToFormat(QImage::Format_Grayscale8);
-    for (int y = 0; y < image.height(); ++y) {
-        const uchar *line = image.constScanLine(y);
-        if (std::any_of(line, line + image.width(), [](uchar grey) { return grey < 90; }))
-            return true;
-    }
-    return false;
+    QPalette dark(QColor(u"#3a3f40"_s), QColor(u"#232728"_s));
+    dark.setColor(QPalette::Base, QColor(u"#1b1e1f"_s));
+    return dark;
 }
 } // namespace
 
-Tour::Tour(DemoWorld &world) : m_world(world)
+Tour::Tour(DemoWorld &world) : m_world(world), m_guide(world) { }
+
+void Tour::playFirstEvening()
 {
     // The versions are not answered until the splash has been seen.
     VendorAnswer slow;
     slow.body = "1.2.6";
     slow.stallAfter = -1;
     m_world.vendor().queueAnswer("/api/wayfarVersion", slow);
-    QTimer::singleShot(0, this, &Tour::play);
-}
-
-int Tour::verdict(int exitStatus) const
-{
-    if (!m_finished) {
-        say("FAIL", u"the program ended before the tour"_s);
-        return EXIT_FAILURE;
-    }
-    say(exitStatus == 0 ? "ok  " : "FAIL", u"the program ended with status %1"_s.arg(exitStatus));
-    return exitStatus;
-}
-
-void Tour::play()
-{
-    startUp();
-    login();
-    update();
-    launch();
+    QTimer::singleShot(0, this, [this] {
+        startUp();
+        mainWindow();
+        update(u"4-downloading"_s);
+        repair();
+        update({});
+        changeLog();
+        settings();
+        play();
+    });
 }
 
 void Tour::startUp()
 {
-    expect(u"the splash is on the screen"_s, [] { return windowNamed(u"SplashScreen"_s); });
-    savePicture(windowNamed(u"SplashScreen"_s), u"1-splash"_s);
+    m_guide.picture(u"SplashScreen"_s, u"1-splash"_s);
     m_world.vendor().waitForRequests("/api/wayfarVersion", 1);
     m_world.vendor().step();
-    expect(u"the main window is on the screen"_s, [] { return windowNamed(u"MainWindow"_s); });
-    done(u"start-up: splash, then the main window"_s);
+    m_guide.window(mainLayout);
+    m_guide.done(u"start-up: the splash, then the main window"_s);
 }
 
-void Tour::login()
+void Tour::mainWindow()
 {
-    expect(u"the status tells of the login"_s, [] { return reads(u"statusLabel"_s, u"Logged in as rowan..."_s); });
-    expect(u"the account page is drawn"_s, [] { return showsText(u"htmlView"_s); });
-    expect(u"1.2.5 is installed"_s, [] { return reads(u"currentVersionLabel"_s, u"1.2.5"_s); });
-    expect(u"1.2.6 is published"_s, [] { return reads(u"updateVersionLabel"_s, u"1.2.6"_s); });
-    expect(u"the button reads Update"_s, [] { return buttonReads(u"Update"_s); });
-    savePicture(windowNamed(u"MainWindow"_s), u"2-update-available"_s);
-    done(u"login: the account page, and the button reads \"Update\""_s);
+    m_guide.expectText(u"statusLabel"_s, u"Logged in as rowan..."_s);
+    m_guide.expectPage(u"htmlView"_s);
+    m_guide.expectPage(u"rssView"_s);
+    m_guide.expectText(u"currentVersionLabel"_s, u"1.2.5"_s);
+    m_guide.expectText(u"updateVersionLabel"_s, u"1.2.6"_s);
+    m_guide.expectMainButton(u"Update"_s);
+    m_guide.picture(mainLayout, u"2-update-available"_s);
+
+    const QPalette light = QApplication::palette();
+    QApplication::setPalette(darkPalette());
+    const QWidget *window = m_guide.window(mainLayout);
+    m_guide.expect(u"the window turns dark"_s,
+                   [&] { return window->palette().color(QPalette::Window).lightness() < 128; });
+    m_guide.picture(mainLayout, u"3-update-available-dark"_s);
+    QApplication::setPalette(light);
+    m_guide.done(u"login, news and banners: everything is there, and the button reads \"Update\""_s);
 }
 
-void Tour::update()
+void Tour::update(const QString &picture)
 {
     VendorAnswer half;
     half.contentType = "application/zip";
@@ -129,50 +84,103 @@ void Tour::update()
     half.stepped = true;
     m_world.vendor().queueAnswer("/api/dlGuide", half);
 
-    control<QAbstractButton>(u"mainButton"_s)->click();
-    expect(u"the bar has moved"_s, [] { return control<QProgressBar>(u"progressIndicator"_s)->value() >= 50; });
-    expect(u"the status tells of the download"_s, [] { return reads(u"statusLabel"_s, u"Downloading..."_s); });
-    expect(u"the button waits"_s, [] { return !control<QAbstractButton>(u"mainButton"_s)->isEnabled(); });
-    savePicture(windowNamed(u"MainWindow"_s), u"3-downloading"_s);
+    m_guide.press(mainLayout, u"mainButton"_s);
+    const auto *bar = m_guide.control<QProgressBar>(mainLayout, u"progressIndicator"_s);
+    m_guide.expect(u"the bar moves"_s, [&] { return bar->value() >= 50 && bar->value() < 100; });
+    m_guide.expectText(u"statusLabel"_s, u"Downloading..."_s);
+    const auto *button = m_guide.control<QAbstractButton>(mainLayout, u"mainButton"_s);
+    m_guide.expect(u"the button waits"_s, [&] { return !button->isEnabled(); });
+    if (!picture.isEmpty())
+        m_guide.picture(mainLayout, picture);
     m_world.vendor().step();
 
-    expect(u"the update is installed"_s, [] { return reads(u"statusLabel"_s, u"Update Installed."_s); });
-    expect(u"the button reads Play"_s, [] { return buttonReads(u"Play"_s); });
-    expect(u"1.2.6 is installed"_s, [] { return reads(u"currentVersionLabel"_s, u"1.2.6"_s); });
-    expect(u"the add-on folder holds 1.2.6"_s, [this] { return m_world.installedToc().contains("## Version: 1.2.6"); });
-    savePicture(windowNamed(u"MainWindow"_s), u"4-ready-to-play"_s);
-    done(u"update: downloaded, unpacked, installed, and the button reads \"Play\""_s);
+    m_guide.expectText(u"statusLabel"_s, u"Update Installed."_s);
+    m_guide.expectMainButton(u"Play"_s);
+    m_guide.expectText(u"currentVersionLabel"_s, u"1.2.6"_s);
+    m_guide.expect(u"the add-on folder holds 1.2.6"_s,
+                   [this] { return m_world.installedToc().contains("## Version: 1.2.6"); });
+    m_guide.done(u"update: downloaded, unpacked and installed; the button reads \"Play\""_s);
 }
 
-void Tour::launch()
+void Tour::repair()
 {
-    control<QAbstractButton>(u"mainButton"_s)->click();
-    expect(u"the launcher has started"_s, [this] { return m_world.wasLaunched(); });
-    done(u"play: the launcher was started"_s);
-    m_finished = true;
+    m_guide.press(mainLayout, u"settingsButton"_s);
+    m_guide.picture(settingsLayout, u"5-settings"_s);
+    m_guide.answerNextAlert(u"Wayfar Installer successfully repaired Installation."_s, u"6-repaired"_s);
+    m_guide.press(settingsLayout, u"repairButton"_s);
+    m_guide.expect(u"the add-on is gone"_s, [this] { return m_world.installedToc().isEmpty(); });
+    m_guide.press(settingsLayout, u"cancelButton"_s);
+    m_guide.expectText(u"currentVersionLabel"_s, u"none"_s);
+    m_guide.expectMainButton(u"Update"_s);
+    m_guide.done(u"repair: the add-on is deleted, and the button reads \"Update\""_s);
 }
 
-void Tour::expect(const QString &what, const std::function<bool()> &condition)
+void Tour::changeLog()
 {
-    const QDeadlineTimer limit(20s);
-    while (!condition()) {
-        if (limit.hasExpired()) {
-            say("FAIL", u"expected: %1"_s.arg(what));
-            std::_Exit(EXIT_FAILURE);
-        }
-        QEventLoop loop;
-        QTimer::singleShot(15ms, &loop, &QEventLoop::quit);
-        loop.exec();
-    }
+    m_guide.press(mainLayout, u"changeLogButton"_s);
+    const auto *text = m_guide.control<QPlainTextEdit>(u"LogWindow"_s, u"textView"_s);
+    m_guide.expect(u"the change log is shown"_s, [&] { return text->toPlainText().startsWith(u"Trailbook 1.2.6"_s); });
+    m_guide.picture(u"LogWindow"_s, u"7-change-log"_s);
+    m_guide.press(u"LogWindow"_s, u"closeButton"_s);
+    m_guide.done(u"change log: shown in its own window"_s);
 }
 
-void Tour::done(const QString &stage)
+void Tour::settings()
 {
-    say("ok  ", stage);
+    m_guide.press(mainLayout, u"settingsButton"_s);
+    m_guide.type(settingsLayout, u"userNameField"_s, u"somebody else"_s);
+    m_guide.press(settingsLayout, u"cancelButton"_s);
+    m_guide.expect(u"the settings are closed"_s, [this] { return !m_guide.isOpen(settingsLayout); });
+
+    m_guide.press(mainLayout, u"settingsButton"_s);
+    const auto *user = m_guide.control<QLineEdit>(settingsLayout, u"userNameField"_s);
+    m_guide.expect(u"Cancel has put the user name back"_s, [&] { return user->text() == u"rowan"_s; });
+    const QImage account = m_guide.page(u"htmlView"_s);
+    m_guide.type(settingsLayout, u"passwordField"_s, u"wrong turn"_s);
+    m_guide.press(settingsLayout, u"okButton"_s);
+    m_guide.expectText(u"statusLabel"_s, u"Incorrect Login..."_s);
+    m_guide.expectPage(u"htmlView"_s, account);
+    m_guide.picture(mainLayout, u"8-incorrect-login"_s);
+
+    const QImage refusal = m_guide.page(u"htmlView"_s);
+    m_guide.press(mainLayout, u"settingsButton"_s);
+    m_guide.type(settingsLayout, u"passwordField"_s, u"long road"_s);
+    m_guide.control<QCheckBox>(settingsLayout, u"autoLaunchBox"_s)->click();
+    m_guide.press(settingsLayout, u"okButton"_s);
+    m_guide.expectText(u"statusLabel"_s, u"Logged in as rowan..."_s);
+    m_guide.expectPage(u"htmlView"_s, refusal);
+    m_guide.done(u"settings: Cancel restores, OK logs in again, with a wrong and with the right password"_s);
 }
 
-void Tour::savePicture(QWidget *window, const QString &name)
+void Tour::play()
 {
-    const QString path = m_world.picture(name);
-    expect(u"the picture %1"_s.arg(path), [&] { return window->grab().save(path); });
+    m_guide.expectMainButton(u"Play"_s);
+    m_guide.picture(mainLayout, u"9-ready-to-play"_s);
+    m_guide.press(mainLayout, u"mainButton"_s);
+    m_guide.expect(u"the launcher has started"_s, [this] { return m_world.wasLaunched(); });
+    m_guide.done(u"play: the launcher was started"_s);
+    m_evening = true;
+}
+
+void Tour::playSecondEvening()
+{
+    m_world.forgetLaunch();
+    QTimer::singleShot(0, this, [this] {
+        m_guide.window(mainLayout);
+        m_guide.expectMainButton(u"Play"_s);
+        m_guide.expectPage(u"rssView"_s);
+        m_guide.picture(mainLayout, u"10-starting-by-itself"_s);
+        m_guide.expect(u"the launcher has started by itself"_s, [this] { return m_world.wasLaunched(); });
+        m_guide.done(u"automatic launch: the launcher was started"_s);
+        m_evening = true;
+    });
+}
+
+void Tour::expectGoodEnd(int exitStatus)
+{
+    if (!std::exchange(m_evening, false))
+        m_guide.fail(u"the program goes on to the end of the tour"_s);
+    if (exitStatus != 0)
+        m_guide.fail(u"the program ends with status 0, not %1"_s.arg(exitStatus));
+    m_guide.done(u"the program ended with status 0"_s);
 }

@@ -1,16 +1,13 @@
 #pragma once
 
-#include <QObject>
-#include <QString>
+#include "demo/TourGuide.h"
 
-#include <functional>
+#include <QObject>
 
 class DemoWorld;
-class QAbstractButton;
-class QWidget;
 
-// Plays the program by its real controls, as a player would, and says of every stage what it saw. Made after the
-// application, before its event loop.
+// Plays a player's two evenings with the program, one line a stage: on the first everything is tried, on the second the
+// game starts by itself.
 class Tour : public QObject
 {
     Q_OBJECT
@@ -18,21 +15,23 @@ class Tour : public QObject
 public:
     explicit Tour(DemoWorld &world);
 
-    // The exit status of the whole: that of the program when every stage was as expected and the last one reached.
-    int verdict(int exitStatus) const;
+    // Each is played from the program's event loop, once that runs.
+    void playFirstEvening();
+    void playSecondEvening();
+
+    // After the program's end, for each evening.
+    void expectGoodEnd(int exitStatus);
 
 private:
-    void play();
     void startUp();
-    void login();
-    void update();
-    void launch();
-
-    // Ends the tour when the condition does not come true in time.
-    void expect(const QString &what, const std::function<bool()> &condition);
-    void done(const QString &stage);
-    void savePicture(QWidget *window, const QString &name);
+    void mainWindow();
+    void update(const QString &picture);
+    void settings();
+    void repair();
+    void changeLog();
+    void play();
 
     DemoWorld &m_world;
-    bool m_finished = false;
+    const TourGuide m_guide;
+    bool m_evening = false; // reached its end
 };

@@ -16,6 +16,8 @@
 #include "settings/PreferenceKeys.h"
 #include "settings/SettingsWindow.h"
 #include "settings/Utility.h"
+#include "upgrade/InstallerDownloadWindow.h"
+#include "upgrade/InstallerUpgrade.h"
 
 #include <QThread>
 
@@ -61,7 +63,8 @@ void AppDelegate::showSplashScreen()
 
 void AppDelegate::startInstaller()
 {
-    downloadInstallerFiles();
+    if (!checkInstallerUpdate())
+        downloadInstallerFiles();
 }
 
 void AppDelegate::downloadInstallerFiles()
@@ -191,6 +194,11 @@ CursorButtons *AppDelegate::button1() const
 CursorButtons *AppDelegate::button2() const
 {
     return m_window->button2();
+}
+
+void AppDelegate::setVersionValue(const std::optional<QString> &version)
+{
+    store(m_VersionValue, version, &AppDelegate::VersionValueChanged);
 }
 
 void AppDelegate::setCurrentVersion(const std::optional<QString> &version)

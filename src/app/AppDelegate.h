@@ -4,6 +4,7 @@
 #include "controls/Pane.h"
 #include "pack/UpdateDownloadDelegate.h"
 #include "platform/FileManager.h"
+#include "upgrade/InstallerUpgradeDelegate.h"
 
 #include <QJsonObject>
 #include <QMutex>
@@ -16,6 +17,7 @@
 class ChangeLog;
 class CursorButtons;
 class ImageView;
+class InstallerUpgrade;
 class MainWindow;
 class QThread;
 class SettingsWindow;
@@ -25,7 +27,10 @@ class WayfarUpdateInstaller;
 // The one controller. What the window shows are its properties: each may be read and set in any thread, and is
 // announced by a signal without a value, since a queued one could overtake a newer value; whoever hears it reads the
 // property. Everything else is the main thread's, but for the start-up worker, which runs startInstaller.
-class AppDelegate : public QObject, public UpdateDownloadDelegate, public NavigationPolicy
+class AppDelegate : public QObject,
+                    public UpdateDownloadDelegate,
+                    public InstallerUpgradeDelegate,
+                    public NavigationPolicy
 {
     Q_OBJECT
 
@@ -46,12 +51,16 @@ public:
     ChangeLog *log() const { return m_log.get(); } // null before the first press
     QJsonObject settingsOldValue() const { return m_settingsOldValue; } // the preferences as openSettings found them
 
+    InstallerUpgrade *upgrade() const { return m_upgrade.get(); } // null before the version check
+
+    std::optional<QString> VersionValue() const { return load(m_VersionValue); } // the installer being upgraded to
     std::optional<QString> currentVersion() const { return load(m_currentVersion); }
     std::optional<QString> updateVersion() const { return load(m_updateVersion); } // nothing: it could not be had
     std::optional<QString> buttonText() const { return load(m_buttonText); }
     std::optional<QString> statusStr() const { return load(m_statusStr); }
     double updateProgressbar() const { return load(m_updateProgressbar); } // a percentage, exactly as it was counted
     bool updateNotStarted() const { return load(m_updateNotStarted); }
+    void setVersionValue(const std::optional<QString> &version);
     void setCurrentVersion(const std::optional<QString> &version);
     void setUpdateVersion(const std::optional<QString> &version);
     void setButtonText(const std::optional<QString> &text);
@@ -66,6 +75,13 @@ public:
     void startInstaller(); // the worker's body
     void downloadInstallerFiles();
     void closeSplashScreen();
+
+    // The installer's own upgrade.
+    bool checkInstallerUpdate(); // the worker's first step; true when start-up is in other hands
+    void performUpgrade(const QString &version);
+    void InstallerUpgradeResult(bool result) override;
+    void installUpdate();
+    bool movetoLocation(const FilePath &source, const FilePath &destination); // false when the process is at its end
 
     // The main window's actions.
     void update(const QString &senderTitle);
@@ -100,6 +116,7 @@ public:
     void reLogin();
 
 Q_SIGNALS:
+    void VersionValueChanged();
     void currentVersionChanged();
     void updateVersionChanged();
     void buttonTextChanged();
@@ -140,6 +157,7 @@ private:
     const Surroundings m_surroundings;
 
     mutable QMutex m_stateLock; // over the properties
+    std::optional<QString> m_VersionValue;
     std::optional<QString> m_currentVersion;
     std::optional<QString> m_updateVersion;
     std::optional<QString> m_buttonText;
@@ -153,5 +171,6 @@ private:
     QJsonObject m_settingsOldValue;
     std::unique_ptr<ChangeLog> m_log;
     std::shared_ptr<WayfarUpdateInstaller> m_updateInstaller; // its transfer holds it too
+    std::shared_ptr<InstallerUpgrade> m_upgrade; // its transfer holds it too
     std::unique_ptr<QThread> m_worker;
 };

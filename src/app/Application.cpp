@@ -6,16 +6,34 @@
 #include <QIcon>
 #include <QTimer>
 
-#include <unistd.h>
+#include <cstdio>
+#include <cstdlib>
 
 using namespace Qt::StringLiterals;
 
-Application::Application(const VendorHosts &hosts, const UrlLoaderSettings &network)
+namespace
+{
+// Without the destructors of what the other thread may be using.
+void exitAtOnce(int status)
+{
+    std::fflush(nullptr);
+    std::_Exit(status);
+}
+} // namespace
+
+Application::Application(const QString &version, const VendorHosts &hosts, const UrlLoaderSettings &network)
     : m_loader(network),
-      m_delegate({hosts, m_defaults, m_loader, m_workspace, m_alert, m_scriptRunner, [] { QCoreApplication::quit(); }})
+      m_delegate({.hosts = hosts,
+                  .defaults = m_defaults,
+                  .loader = m_loader,
+                  .workspace = m_workspace,
+                  .alert = m_alert,
+                  .scriptRunner = m_scriptRunner,
+                  .terminate = [] { QCoreApplication::quit(); },
+                  .exit = exitAtOnce})
 {
     QCoreApplication::setApplicationName(u"wayfar-installer"_s);
-    QCoreApplication::setApplicationVersion(Bundle::version());
+    QCoreApplication::setApplicationVersion(version);
     QGuiApplication::setApplicationDisplayName(u"Wayfar Installer"_s);
     QGuiApplication::setDesktopFileName(u"wayfar-installer"_s);
     QGuiApplication::setWindowIcon(Bundle::icon());
@@ -27,6 +45,6 @@ int Application::exec()
     QTimer::singleShot(0, &m_delegate, &AppDelegate::applicationDidFinishLaunching);
     const int status = QApplication::exec();
     if (m_delegate.isStarting()) // the desktop ended us meanwhile: the worker may wait for the vendor, or for us
-        ::_exit(status);
+        exitAtOnce(status);
     return status;
 }

@@ -14,7 +14,7 @@ class Application
 {
 public:
     // After QApplication is made.
-    explicit Application(const VendorHosts &hosts, const UrlLoaderSettings &network = {});
+    Application(const QString &version, const VendorHosts &hosts, const UrlLoaderSettings &network = {});
 
     // From the start to the exit status.
     int exec();

@@ -19,4 +19,5 @@ struct Surroundings {
     Alert &alert;
     ScriptRunner &scriptRunner;
     std::function<void()> terminate; // the orderly end, from the main thread; it returns
+    std::function<void(int)> exit; // the end at once with a status, from any thread; it does not
 };

@@ -7,6 +7,7 @@
 int main(int argc, char **argv)
 {
     QApplication qt(argc, argv);
-    Application application({QStringLiteral(WAYFAR_SITE_HOST), QStringLiteral(WAYFAR_DOWNLOAD_HOST)});
+    Application application(QStringLiteral(WAYFAR_VERSION),
+                            {QStringLiteral(WAYFAR_SITE_HOST), QStringLiteral(WAYFAR_DOWNLOAD_HOST)});
     return application.exec();
 }

@@ -17,6 +17,16 @@ QColor mixed(const QColor &from, const QColor &to, float part)
     return QColor::fromRgbF(mix(from.redF(), to.redF()), mix(from.greenF(), to.greenF()),
                             mix(from.blueF(), to.blueF()));
 }
+
+QColor actionColor(const QPalette &palette)
+{
+    return QColor(isDark(palette) ? u"#d9733f"_s : u"#b4492a"_s);
+}
+
+QColor grooveColor(const QPalette &palette)
+{
+    return mixed(palette.color(QPalette::Window), palette.color(QPalette::WindowText), 0.12F);
+}
 } // namespace
 
 QString Theme::mainWindowStyle(const QPalette &palette)
@@ -25,10 +35,10 @@ QString Theme::mainWindowStyle(const QPalette &palette)
     const QColor window = palette.color(QPalette::Window);
     const QColor text = palette.color(QPalette::WindowText);
     const QColor line = mixed(window, text, 0.18F);
-    const QColor groove = mixed(window, text, 0.12F);
+    const QColor groove = grooveColor(palette);
     const QColor muted = mixed(window, text, dark ? 0.68F : 0.66F);
     const QColor faint = mixed(window, text, 0.45F);
-    const QColor action(dark ? u"#d9733f"_s : u"#b4492a"_s);
+    const QColor action = actionColor(palette);
     const QColor onAction(dark ? u"#1b100b"_s : u"#ffffff"_s);
 
     return uR"(
@@ -57,4 +67,12 @@ QString Theme::settingsStyle(const QPalette &palette)
 QLabel[role="heading"] { font-weight: 600; }
 ElidedLabel[role="path"] { color: %1; }
 )"_s.arg(muted.name());
+}
+
+QString Theme::downloadStyle(const QPalette &palette)
+{
+    return uR"(
+QProgressBar { background: %1; border: none; }
+QProgressBar::chunk { background: %2; }
+)"_s.arg(grooveColor(palette).name(), actionColor(palette).name());
 }

@@ -8,4 +8,5 @@ namespace Theme
 {
 QString mainWindowStyle(const QPalette &palette);
 QString settingsStyle(const QPalette &palette);
+QString downloadStyle(const QPalette &palette);
 } // namespace Theme

@@ -1,7 +1,5 @@
 #include "platform/Bundle.h"
 
-#include "BuildSettings.h"
-
 #include <QDir>
 #include <QFile>
 #include <QGuiApplication>
@@ -27,7 +25,7 @@ QString Bundle::path()
 
 QString Bundle::version()
 {
-    return QStringLiteral(WAYFAR_VERSION);
+    return QCoreApplication::applicationVersion();
 }
 
 QImage Bundle::imageNamed(const QString &name)

@@ -10,7 +10,7 @@ namespace Bundle
 {
 // The folder named *.app that encloses the executable; the executable's own folder where there is none.
 QString path();
-QString version();
+QString version(); // of this build, as main has set it
 // The picture of that name among the program's resources, in the resolution that the screens ask for; null when
 // unknown.
 QImage imageNamed(const QString &name);

@@ -16,7 +16,7 @@ struct Program {
     // world is borrowed.
     explicit Program(TestWorld &world)
         : delegate({world.hosts(), world.defaults(), world.loader(), workspace, alert, administrator,
-                    [this] { ++terminations; }})
+                    [this] { ++terminations; }, [this](int status) { exitStatus = status; }})
     {
     }
 
@@ -36,5 +36,6 @@ struct Program {
     RecordingAlert alert;
     Administrator administrator;
     int terminations = 0;
+    std::optional<int> exitStatus; // of the end at once; where the real one would not return, this does
     AppDelegate delegate;
 };

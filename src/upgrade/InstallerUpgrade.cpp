@@ -1,0 +1,87 @@
+#include "upgrade/InstallerUpgrade.h"
+
+#include "platform/SystemLog.h"
+#include "platform/Text.h"
+#include "platform/Windows.h"
+#include "upgrade/InstallerDownloadWindow.h"
+#include "upgrade/VersionNumbers.h"
+
+using namespace Qt::StringLiterals;
+
+InstallerUpgrade::InstallerUpgrade(UrlLoader &loader, const VendorHosts &hosts, const QString &installedVersion)
+    : m_loader(loader), m_hosts(hosts), m_installedVersion(installedVersion)
+{
+}
+
+InstallerUpgrade::~InstallerUpgrade() = default;
+
+bool InstallerUpgrade::updateAvailable(bool *error, std::optional<QString> *version)
+{
+    const UrlAnswer answer =
+        m_loader.sendSynchronousRequest({.url = u"https://"_s + m_hosts.site + u"/api/macVersion"_s});
+    const auto published = answer.body ? Text::fromAscii(*answer.body) : std::nullopt;
+    if (!published || published->isEmpty()) {
+        *error = true;
+        return false;
+    }
+    SystemLog::write(Text::filled(u"App Version Check --- Internal: %@ Web: %@", {m_installedVersion, *published}));
+    if (VersionNumbers::compare(VersionNumbers::shortened(*published), VersionNumbers::shortened(m_installedVersion))
+        <= 0)
+        return false;
+    *error = false;
+    *version = published;
+    return true;
+}
+
+bool InstallerUpgrade::upgrade(bool *, const QString &version)
+{
+    const QString url = Text::filled(u"https://%@/WayfarRoutes_%@.zip", {m_hosts.download, version});
+    m_loader.start({.url = url}, shared_from_this());
+    setupProgressWindow(version);
+    m_file.remove(); // before the first callback, which comes from the event loop
+    return true;
+}
+
+void InstallerUpgrade::setupProgressWindow(const QString &version)
+{
+    m_progressWindow = std::make_unique<InstallerDownloadWindow>();
+    setDownloadText(Text::filled(u"Downloading version %@", {version}));
+    setProgress(0);
+    Windows::center(*m_progressWindow);
+    Windows::makeKeyAndOrderFront(*m_progressWindow);
+}
+
+void InstallerUpgrade::setDownloadText(const QString &text)
+{
+    m_downloadText = text;
+    m_progressWindow->showText(text);
+}
+
+void InstallerUpgrade::setProgress(double percentage)
+{
+    m_progress = percentage;
+    if (m_progressWindow)
+        m_progressWindow->showProgress(percentage);
+}
+
+void InstallerUpgrade::connectionDidReceiveResponse(qint64 expectedContentLength)
+{
+    m_file.begin(expectedContentLength);
+}
+
+void InstallerUpgrade::connectionDidReceiveData(QByteArrayView data)
+{
+    setProgress(m_file.append(data));
+}
+
+void InstallerUpgrade::connectionDidFailWithError(const QString &)
+{
+    if (m_delegate)
+        m_delegate->InstallerUpgradeResult(false);
+}
+
+void InstallerUpgrade::connectionDidFinishLoading()
+{
+    if (m_delegate)
+        m_delegate->InstallerUpgradeResult(true);
+}

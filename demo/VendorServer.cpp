@@ -80,7 +80,7 @@ struct VendorServer::State {
 class VendorServer::Worker
 {
 public:
-    explicit Worker(const std::shared_ptr<State> &state);
+    Worker(const std::shared_ptr<State> &state, quint16 port);
     ~Worker();
 
     quint16 port() const { return m_port; }
@@ -91,14 +91,14 @@ public:
     }
 
 private:
-    void listen();
+    void listen(quint16 port);
 
     QThread m_thread;
     Listener *m_listener; // deleted by its thread
     quint16 m_port = 0;
 };
 
-VendorServer::Worker::Worker(const std::shared_ptr<State> &state)
+VendorServer::Worker::Worker(const std::shared_ptr<State> &state, quint16 port)
 {
     const auto answering = [state](const VendorRequest &request) {
         state->log.add(request);
@@ -110,7 +110,7 @@ VendorServer::Worker::Worker(const std::shared_ptr<State> &state)
     m_thread.setObjectName(u"VendorServer"_s);
     m_thread.start();
     QMetaObject::invokeMethod(
-        m_listener, [this] { listen(); }, Qt::BlockingQueuedConnection);
+        m_listener, [this, port] { listen(port); }, Qt::BlockingQueuedConnection);
 }
 
 VendorServer::Worker::~Worker()
@@ -119,9 +119,9 @@ VendorServer::Worker::~Worker()
     m_thread.wait();
 }
 
-void VendorServer::Worker::listen()
+void VendorServer::Worker::listen(quint16 port)
 {
-    if (!m_listener->listen(QHostAddress::LocalHost)) {
+    if (!m_listener->listen(QHostAddress::LocalHost, port)) {
         qFatal("The vendor stand-in can't listen: %s", qPrintable(m_listener->errorString()));
     }
     m_port = m_listener->serverPort();
@@ -130,7 +130,7 @@ void VendorServer::Worker::listen()
 VendorServer::VendorServer() : VendorServer(Options()) { }
 
 VendorServer::VendorServer(const Options &options)
-    : m_state(std::make_shared<State>(options)), m_worker(std::make_unique<Worker>(m_state))
+    : m_state(std::make_shared<State>(options)), m_worker(std::make_unique<Worker>(m_state, options.port))
 {
     setPackVersion("1.2.6");
     setInstallerVersion("1.2.6");

@@ -19,6 +19,7 @@
 #include "upgrade/InstallerDownloadWindow.h"
 #include "upgrade/InstallerUpgrade.h"
 
+#include <QApplication>
 #include <QThread>
 
 using namespace Qt::StringLiterals;
@@ -103,6 +104,14 @@ void AppDelegate::closeSplashScreen()
     loadNewsPage();
     Windows::center(*m_window);
     Windows::makeKeyAndOrderFront(*m_window);
+}
+
+void AppDelegate::bringToFront()
+{
+    for (QWidget *window : QApplication::topLevelWidgets()) {
+        if (window->isVisible())
+            Windows::makeKeyAndOrderFront(*window);
+    }
 }
 
 void AppDelegate::loadNewsPage()

@@ -75,6 +75,7 @@ public:
     void startInstaller(); // the worker's body
     void downloadInstallerFiles();
     void closeSplashScreen();
+    void bringToFront(); // whatever window is open, when the player starts the program once more
 
     // The installer's own upgrade.
     bool checkInstallerUpdate(); // the worker's first step; true when start-up is in other hands

@@ -42,6 +42,9 @@ Application::Application(const QString &version, const VendorHosts &hosts, const
 
 int Application::exec()
 {
+    if (!m_instance.isFirst())
+        return EXIT_SUCCESS;
+    QObject::connect(&m_instance, &SingleInstance::anotherStarted, &m_delegate, &AppDelegate::bringToFront);
     QTimer::singleShot(0, &m_delegate, &AppDelegate::applicationDidFinishLaunching);
     const int status = QApplication::exec();
     if (m_delegate.isStarting()) // the desktop ended us meanwhile: the worker may wait for the vendor, or for us

@@ -3,6 +3,7 @@
 #include "app/AppDelegate.h"
 #include "platform/Alert.h"
 #include "platform/ScriptRunner.h"
+#include "platform/SingleInstance.h"
 #include "platform/UrlLoader.h"
 #include "platform/UserDefaults.h"
 #include "platform/VendorHosts.h"
@@ -16,10 +17,12 @@ public:
     // After QApplication is made.
     Application(const QString &version, const VendorHosts &hosts, const UrlLoaderSettings &network = {});
 
-    // From the start to the exit status.
+    // From the start to the exit status. At once, with 0, where this very program runs already: that one comes to the
+    // front.
     int exec();
 
 private:
+    SingleInstance m_instance;
     UserDefaults m_defaults;
     UrlLoader m_loader;
     Workspace m_workspace;

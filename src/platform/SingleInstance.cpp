@@ -1,0 +1,75 @@
+#include "platform/SingleInstance.h"
+
+#include <QCoreApplication>
+#include <QCryptographicHash>
+#include <QDeadlineTimer>
+#include <QFile>
+#include <QLocalSocket>
+#include <QStandardPaths>
+#include <QThread>
+
+#include <cerrno>
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+
+namespace
+{
+// The one that runs may not listen yet, when both were started by the same double click.
+void tellRunning(const QString &socket)
+{
+    const QDeadlineTimer limit(3s);
+    while (!limit.hasExpired()) {
+        QLocalSocket running;
+        running.connectToServer(socket); // to be connected is the whole message
+        if (running.waitForConnected(1000))
+            return;
+        QThread::msleep(20);
+    }
+}
+} // namespace
+
+SingleInstance::SingleInstance()
+    : SingleInstance(QStandardPaths::writableLocation(QStandardPaths::RuntimeLocation),
+                     QCoreApplication::applicationFilePath())
+{
+}
+
+SingleInstance::SingleInstance(const QString &folder, const QString &key)
+{
+    const QByteArray hash = QCryptographicHash::hash(key.toUtf8(), QCryptographicHash::Sha256).toHex().first(16);
+    const QString name = folder + u"/wayfar-installer-"_s + QString::fromLatin1(hash);
+    m_first = takeLock(name + u".lock"_s);
+    if (m_first)
+        listen(name + u".socket"_s);
+    else
+        tellRunning(name + u".socket"_s);
+}
+
+SingleInstance::~SingleInstance()
+{
+    if (m_lock >= 0)
+        ::close(m_lock);
+}
+
+// Where there is no lock to be had at all, the program starts all the same.
+bool SingleInstance::takeLock(const QString &file)
+{
+    m_lock = ::open(QFile::encodeName(file).constData(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+    return m_lock < 0 || ::flock(m_lock, LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK;
+}
+
+void SingleInstance::listen(const QString &socket)
+{
+    QLocalServer::removeServer(socket); // a killed one's: the lock is ours
+    m_server.setSocketOptions(QLocalServer::UserAccessOption);
+    connect(&m_server, &QLocalServer::newConnection, this, [this] {
+        m_server.nextPendingConnection()->deleteLater();
+        Q_EMIT anotherStarted();
+    });
+    m_server.listen(socket);
+}

@@ -10,6 +10,8 @@
 #include "settings/PreferenceKeys.h"
 #include "settings/SettingsWindow.h"
 
+#include <QPointer>
+
 using namespace Qt::StringLiterals;
 
 void AppDelegate::openSettings()
@@ -39,9 +41,12 @@ void AppDelegate::browser(const QObject *sender)
         return;
     UserDefaults &defaults = m_surroundings.defaults;
     const auto choice = key == PreferenceKeys::installPath ? OpenPanel::Folders : OpenPanel::Files;
-    OpenPanel panel(choice, defaults.stringForKey(key).value_or(QString()), m_settingsWindow);
-    if (panel.exec() == QDialog::Accepted && !panel.chosen().isEmpty())
-        storePath(key, panel.chosen());
+    // Watched: the program's end may delete the settings window, and it too, while it is open.
+    const QPointer<OpenPanel> panel(
+        new OpenPanel(choice, defaults.stringForKey(key).value_or(QString()), m_settingsWindow));
+    if (panel->exec() == QDialog::Accepted && panel && !panel->chosen().isEmpty())
+        storePath(key, panel->chosen());
+    delete panel;
 }
 
 void AppDelegate::autoDetectPath()

@@ -5,6 +5,7 @@
 #include <QApplication>
 #include <QIcon>
 #include <QMessageBox>
+#include <QPointer>
 #include <QPushButton>
 #include <QStyle>
 
@@ -12,23 +13,26 @@ namespace
 {
 int show(const AlertContent &content)
 {
-    QMessageBox box(QApplication::activeWindow());
-    box.setWindowTitle(QGuiApplication::applicationDisplayName());
+    // Watched: the program's end may delete the window below it, and it too, while it is open.
+    const QPointer<QMessageBox> box(new QMessageBox(QApplication::activeWindow()));
+    box->setWindowTitle(QGuiApplication::applicationDisplayName());
     const QIcon ours = QGuiApplication::windowIcon(); // news, good and bad alike: no sign of alarm
-    box.setIconPixmap(ours.pixmap(box.style()->pixelMetric(QStyle::PM_MessageBoxIconSize)));
-    box.setTextFormat(Qt::PlainText);
-    box.setText(content.messageText);
-    box.setInformativeText(content.informativeText);
-    QPushButton *defaultButton = box.addButton(content.defaultButton, QMessageBox::AcceptRole);
-    box.setDefaultButton(defaultButton);
-    box.setEscapeButton(defaultButton);
+    box->setIconPixmap(ours.pixmap(box->style()->pixelMetric(QStyle::PM_MessageBoxIconSize)));
+    box->setTextFormat(Qt::PlainText);
+    box->setText(content.messageText);
+    box->setInformativeText(content.informativeText);
+    QPushButton *defaultButton = box->addButton(content.defaultButton, QMessageBox::AcceptRole);
+    box->setDefaultButton(defaultButton);
+    box->setEscapeButton(defaultButton);
     if (!content.alternateButton.isEmpty())
-        box.setEscapeButton(box.addButton(content.alternateButton, QMessageBox::RejectRole));
+        box->setEscapeButton(box->addButton(content.alternateButton, QMessageBox::RejectRole));
 
     QApplication::setOverrideCursor(Qt::ArrowCursor); // it may open while the program waits
-    box.exec();
+    box->exec();
     QApplication::restoreOverrideCursor();
-    return box.clickedButton() == defaultButton ? Alert::DefaultReturn : 0;
+    const bool isDefault = box && box->clickedButton() == defaultButton;
+    delete box;
+    return isDefault ? Alert::DefaultReturn : 0;
 }
 } // namespace
 

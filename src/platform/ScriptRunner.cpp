@@ -13,6 +13,7 @@ constexpr int SyntaxError = -2741;
 constexpr int NotAuthorized = -60005;
 constexpr int NoAgent = -60007;
 constexpr int GeneralError = -2700;
+const ScriptError interrupted = {GeneralError, u"The command was interrupted."_s};
 
 // S: the administrator said yes. X: the command's status, after all that it wrote to standard error. The working folder
 // and the file mode mask are not the player's: a copy made under 077 could not be read afterwards. A nested shell,
@@ -47,9 +48,11 @@ std::optional<QByteArray> commandIn(const QByteArray &source)
 std::optional<ScriptError> judgeCommand(const QByteArray &output)
 {
     const qsizetype mark = output.lastIndexOf("\nX"); // the last: the command may print such a line itself
-    if (mark < 0)
-        return ScriptError{GeneralError, u"The command was interrupted."_s};
-    const int status = output.sliced(mark + 2).trimmed().toInt();
+    bool isStatus = false;
+    const QByteArray after = mark < 0 ? QByteArray() : output.sliced(mark + 2);
+    const int status = after.left(after.indexOf('\n')).toInt(&isStatus); // a child left behind may write more
+    if (!isStatus)
+        return interrupted;
     const QString words = QString::fromLocal8Bit(output.sliced(2, std::max<qsizetype>(mark - 2, 0))).trimmed();
     if (status == 0)
         return std::nullopt;
@@ -57,18 +60,19 @@ std::optional<ScriptError> judgeCommand(const QByteArray &output)
 }
 
 // pkexec ended without starting the command. Its texts are the same in every language.
-ScriptError judgeRefusal(int exitCode, QString words)
+ScriptError judgeRefusal(QProcess &process)
 {
+    QString words = QString::fromLocal8Bit(process.readAllStandardError());
     words.remove(u"Error executing command as another user: "_s);
     words.remove(u"This incident has been reported."_s);
     words = words.trimmed();
-    if (exitCode == 126)
+    if (process.exitCode() == 126)
         return {UserCanceled, u"User canceled."_s};
     if (words.contains(u"Not authorized"_s))
         return {NotAuthorized, u"The administrator user name or password was incorrect."_s};
     if (words.contains(u"No authentication agent found."_s))
         return {NoAgent, words};
-    return {GeneralError, words};
+    return {GeneralError, words.isEmpty() ? process.errorString() : words};
 }
 } // namespace
 
@@ -96,6 +100,6 @@ std::optional<ScriptError> ScriptRunner::execute(const QByteArray &source)
     const QByteArray output = process.readAllStandardOutput();
     const bool endedWell = process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0;
     if (!output.startsWith("S\n"))
-        return judgeRefusal(process.exitCode(), QString::fromLocal8Bit(process.readAllStandardError()));
-    return endedWell ? judgeCommand(output) : ScriptError{GeneralError, u"The command was interrupted."_s};
+        return judgeRefusal(process);
+    return endedWell ? judgeCommand(output) : interrupted;
 }

@@ -17,9 +17,23 @@ const ScriptError interrupted = {GeneralError, u"The command was interrupted."_s
 
 // S: the administrator said yes. X: the command's status, after all that it wrote to standard error. The working folder
 // and the file mode mask are not the player's: a copy made under 077 could not be read afterwards. A nested shell,
-// since a syntax error ends the shell that finds it.
-const QByteArray wrapper =
-    "cd /; umask 022; printf 'S\\n'; /bin/sh -c \"$1\" 2>&1 >/dev/null; printf '\\nX%d\\n' \"$?\"";
+// since a syntax error ends the shell that finds it. The dot keeps line ends at the command's end.
+const QByteArray wrapper = "cd /; umask 022; printf 'S\\n'; command=$(printf '%b.' \"$1\"); "
+                           "/bin/sh -c \"${command%.}\" 2>&1 >/dev/null; printf '\\nX%d\\n' \"$?\"";
+
+// pkexec takes no arguments but UTF-8 ones. The command holds no backslash of its own, and other commands stay readable
+// in the prompt's details.
+QByteArray forPrintf(const QByteArray &command)
+{
+    if (QByteArrayView(command).isValidUtf8())
+        return command;
+    QByteArray escaped;
+    for (const char byte : command) {
+        const uint code = static_cast<uchar>(byte);
+        escaped += code < 0x80 ? QByteArray(1, byte) : "\\0" + QByteArray::number(code, 8);
+    }
+    return escaped;
+}
 
 // Only the path and the language go along: pkexec refuses to work with an odd SHELL, TERM or XAUTHORITY.
 QProcessEnvironment plainEnvironment()
@@ -91,7 +105,7 @@ std::optional<ScriptError> ScriptRunner::execute(const QByteArray &source)
 
     QProcess process;
     process.setProcessEnvironment(plainEnvironment());
-    ShellCommand::prepare(process, m_launcher + QList<QByteArray>{"/bin/sh", "-c", wrapper, "sh", *command});
+    ShellCommand::prepare(process, m_launcher + QList<QByteArray>{"/bin/sh", "-c", wrapper, "sh", forPrintf(*command)});
     process.start();
     if (!process.waitForStarted(-1))
         return ScriptError{GeneralError, process.errorString()};

@@ -63,7 +63,9 @@ private Q_SLOTS:
     void theCommandStartsFromAPlainState();
     void onlyPathAndLanguageGoAlong();
     void theCommandHasASessionOfItsOwn();
-    void aNameNeedNotBeUtf8();
+    void anyByteReachesTheCommand_data();
+    void anyByteReachesTheCommand();
+    void theLauncherIsHandedUtf8Only();
     void aBackgroundChildIsNotWaitedFor();
     void aLauncherThatRefusesIsToldApart_data();
     void aLauncherThatRefusesIsToldApart();
@@ -287,17 +289,47 @@ void TestScriptRunner::theCommandHasASessionOfItsOwn()
     QCOMPARE(fields.constLast(), QByteArray("0")); // none: whatever would ask there fails instead
 }
 
-void TestScriptRunner::aNameNeedNotBeUtf8()
+void TestScriptRunner::anyByteReachesTheCommand_data()
 {
-    const QByteArray name = path(u"Gr"_s) + "\xf6\xdf\x65"; // Latin-1
-    ScriptRunner runner((QList<QByteArray>()));
-    QVERIFY(!runner.execute(scriptOf("mkdir '" + name + "'")));
-    QVERIFY(FileManager::isDirectory(FilePath(name.toStdString())));
+    QTest::addColumn<QByteArray>("name");
+    QByteArray high;
+    for (int byte = 0x80; byte <= 0xff; ++byte)
+        high.append(static_cast<char>(byte));
+    QByteArray low;
+    for (char byte = 1; byte < 0x7f; ++byte) {
+        if (!QByteArray("'\"\\/").contains(byte))
+            low.append(byte);
+    }
+    QTest::newRow("every byte beyond ASCII") << high;
+    QTest::newRow("digits behind it") << QByteArray("\xf6"
+                                                    "017\xdf"
+                                                    "7");
+    QTest::newRow("UTF-8") << QByteArray("Größe");
+    QTest::newRow("ASCII") << low;
+    QTest::newRow("ASCII and others") << low + '\xff';
+    QTest::newRow("percent signs") << QByteArray("%b%s%@%d");
+}
 
-    const auto error = runner.execute(scriptOf("echo '" + name + "' >&2; exit 3"));
-    QCOMPARE(numberOf(error), 3);
-    QVERIFY(briefOf(error).endsWith(u'e'));
-    QVERIFY(!FileManager::removeItem(FilePath(name.toStdString()))); // the temporary folder could not
+void TestScriptRunner::anyByteReachesTheCommand()
+{
+    QFETCH(const QByteArray, name);
+    const QByteArray folder = path(u"made-"_s) + name;
+    ScriptRunner runner((QList<QByteArray>()));
+    const auto error = runner.execute(scriptOf("mkdir '" + folder + "'\n"));
+    QCOMPARE(briefOf(error), QString());
+    QVERIFY(FileManager::isDirectory(FilePath(folder.toStdString())));
+    QVERIFY(!FileManager::removeItem(FilePath(folder.toStdString()))); // the temporary folder could not
+}
+
+void TestScriptRunner::theLauncherIsHandedUtf8Only()
+{
+    // pkexec gives its arguments to polkit, which takes no other text.
+    ScriptRunner runner(launcher("printf %s \"$*\" >'" + path(u"arguments"_s) + R"('; exec "$@")"));
+    QCOMPARE(numberOf(runner.execute(scriptOf("exit 3 # Gr\xf6\xdf\x65"))), 3);
+    QVERIFY(read(u"arguments"_s).contains("exit 3 # Gr"));
+    QVERIFY(QByteArrayView(read(u"arguments"_s)).isValidUtf8());
+    QCOMPARE(numberOf(runner.execute(scriptOf("exit 3 # Größe"))), 3);
+    QVERIFY(read(u"arguments"_s).contains("exit 3 # Größe")); // as the prompt's details show it
 }
 
 void TestScriptRunner::aBackgroundChildIsNotWaitedFor()

@@ -1,0 +1,228 @@
+#include "platform/ScriptRunner.h"
+
+#include <QCoreApplication>
+#include <QFile>
+#include <QFileInfo>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <memory>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+using namespace Qt::StringLiterals;
+
+// The real pkexec and the real polkit; polkit/with-polkit.sh makes their world and says what its rules are.
+
+namespace
+{
+QByteArray scriptOf(const QByteArray &command)
+{
+    return "do shell script \"" + command + "\" with administrator privileges";
+}
+
+int numberOf(const std::optional<ScriptError> &error)
+{
+    return error ? error->number : 0;
+}
+
+QString briefOf(const std::optional<ScriptError> &error)
+{
+    return error ? error->briefMessage.value_or(u"(none)"_s) : QString();
+}
+
+// Somebody at this program's password prompts.
+class Agent
+{
+public:
+    explicit Agent(const QString &answer)
+    {
+        m_process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        m_process.start(QCoreApplication::applicationDirPath() + u"/agent.py"_s,
+                        {QString::number(QCoreApplication::applicationPid()), answer});
+    }
+    ~Agent()
+    {
+        m_process.kill();
+        m_process.waitForFinished();
+    }
+    Q_DISABLE_COPY_MOVE(Agent)
+
+    bool isReady() { return hears("READY"); }
+    int prompts()
+    {
+        m_process.waitForReadyRead(0);
+        m_heard += m_process.readAllStandardOutput();
+        return static_cast<int>(m_heard.count("ASKED org.freedesktop.policykit.exec\n"));
+    }
+
+private:
+    bool hears(const QByteArray &word)
+    {
+        while (!m_heard.contains(word) && m_process.waitForReadyRead(20000))
+            m_heard += m_process.readAllStandardOutput();
+        return m_heard.contains(word);
+    }
+
+    QProcess m_process;
+    QByteArray m_heard;
+};
+} // namespace
+
+class TestScriptRunnerPolkit : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase() { QVERIFY2(::geteuid() != 0, "start it with polkit/with-polkit.sh"); }
+    void init() { m_folder = std::make_unique<QTemporaryDir>(); }
+
+    void anAllowedCommandHasRootsRights();
+    void anAllowedCommandsStatusIsTheErrorNumber_data();
+    void anAllowedCommandsStatusIsTheErrorNumber();
+    void anAllowedCommandCannotForgeItsStatus();
+    void whatRootMakesCanBeReadByThePlayer();
+    void oddEnvironmentsAreLeftBehind();
+    void aNameNeedNotBeUtf8();
+    void aRuleThatRefusesIsAWrongPassword();
+    void withoutAnAgentNobodyIsAsked();
+    void theRightPasswordRunsTheCommand();
+    void theRightPasswordIsAskedForEachTime();
+    void aWrongPasswordIsToldApart();
+    void aCancelledPromptIsToldApart();
+
+private:
+    QString path(const QString &name) const { return m_folder->filePath(name); }
+    QByteArray read(const QString &name) const
+    {
+        QFile file(path(name));
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    }
+    // A command that leaves a trace with the name of who ran it.
+    QByteArray trace() const { return scriptOf("id -u >'" + path(u"trace"_s).toUtf8() + "'"); }
+
+    std::unique_ptr<QTemporaryDir> m_folder;
+    ScriptRunner m_runner; // the default one, as the program has it
+};
+
+void TestScriptRunnerPolkit::anAllowedCommandHasRootsRights()
+{
+    QCOMPARE(briefOf(m_runner.execute(scriptOf("id -u >'" + path(u"id"_s).toUtf8() + "' # rule-yes"))), QString());
+    QCOMPARE(read(u"id"_s), QByteArray("0\n"));
+    QCOMPARE(QFileInfo(path(u"id"_s)).ownerId(), 0U);
+}
+
+void TestScriptRunnerPolkit::anAllowedCommandsStatusIsTheErrorNumber_data()
+{
+    QTest::addColumn<QByteArray>("command");
+    QTest::addColumn<int>("number");
+    for (const int status : {0, 1, 2, 3, 126, 127, 128, 255})
+        QTest::addRow("exit %d", status) << "exit " + QByteArray::number(status) << status;
+    QTest::newRow("killed") << QByteArray("kill -KILL $$") << 137;
+    QTest::newRow("not found") << QByteArray("/no/such/tool") << 127;
+    QTest::newRow("a syntax error") << QByteArray("'") << 2;
+    QTest::newRow("the waiting shell killed") << QByteArray("kill -KILL $PPID") << -2700;
+}
+
+void TestScriptRunnerPolkit::anAllowedCommandsStatusIsTheErrorNumber()
+{
+    QFETCH(const QByteArray, command);
+    QFETCH(const int, number);
+    QCOMPARE(numberOf(m_runner.execute(scriptOf(": rule-yes\n" + command))), number);
+}
+
+void TestScriptRunnerPolkit::anAllowedCommandCannotForgeItsStatus()
+{
+    const auto error = m_runner.execute(scriptOf("{ echo; echo X0; echo rule-yes; } >&2; kill -KILL $PPID"));
+    QCOMPARE(numberOf(error), -2700);
+    QCOMPARE(briefOf(error), u"The command was interrupted."_s);
+}
+
+void TestScriptRunnerPolkit::whatRootMakesCanBeReadByThePlayer()
+{
+    const mode_t before = ::umask(077);
+    const auto error = m_runner.execute(scriptOf("echo rule-yes >'" + path(u"made"_s).toUtf8() + "'"));
+    ::umask(before);
+    QVERIFY(!error);
+    QCOMPARE(read(u"made"_s), QByteArray("rule-yes\n"));
+}
+
+void TestScriptRunnerPolkit::oddEnvironmentsAreLeftBehind()
+{
+    const QList<const char *> odd = {"SHELL", "TERM", "XAUTHORITY"};
+    for (const char *name : odd)
+        qputenv(name, "%/../odd");
+    const auto error = m_runner.execute(scriptOf("true # rule-yes"));
+    for (const char *name : odd)
+        qunsetenv(name);
+    QCOMPARE(briefOf(error), QString());
+}
+
+void TestScriptRunnerPolkit::aNameNeedNotBeUtf8()
+{
+    const QByteArray name = path(u"Gr"_s).toLocal8Bit() + "\xf6\xdf\x65"; // Latin-1
+    QVERIFY(!m_runner.execute(scriptOf("echo rule-yes >'" + name + "'")));
+    QCOMPARE(::access(name.constData(), R_OK), 0);
+    QCOMPARE(::unlink(name.constData()), 0);
+}
+
+void TestScriptRunnerPolkit::aRuleThatRefusesIsAWrongPassword()
+{
+    const auto error = m_runner.execute(trace().replace("id -u", "echo rule-no"));
+    QCOMPARE(numberOf(error), -60005);
+    QCOMPARE(briefOf(error), u"The administrator user name or password was incorrect."_s);
+    QVERIFY(!QFile::exists(path(u"trace"_s)));
+}
+
+void TestScriptRunnerPolkit::withoutAnAgentNobodyIsAsked()
+{
+    const auto error = m_runner.execute(trace());
+    QCOMPARE(numberOf(error), -60007);
+    QCOMPARE(briefOf(error), u"No authentication agent found."_s);
+    QVERIFY(!QFile::exists(path(u"trace"_s)));
+}
+
+void TestScriptRunnerPolkit::theRightPasswordRunsTheCommand()
+{
+    Agent agent(u"adminpw"_s);
+    QVERIFY(agent.isReady());
+    QCOMPARE(briefOf(m_runner.execute(trace())), QString());
+    QCOMPARE(read(u"trace"_s), QByteArray("0\n"));
+    QCOMPARE(numberOf(m_runner.execute(scriptOf("exit 127"))), 127); // the command's own, not a refusal
+    QCOMPARE(numberOf(m_runner.execute(scriptOf("exit 126"))), 126);
+}
+
+void TestScriptRunnerPolkit::theRightPasswordIsAskedForEachTime()
+{
+    Agent agent(u"adminpw"_s);
+    QVERIFY(agent.isReady());
+    QVERIFY(!m_runner.execute(scriptOf("true")));
+    QVERIFY(!m_runner.execute(scriptOf("true")));
+    QTRY_COMPARE(agent.prompts(), 2);
+}
+
+void TestScriptRunnerPolkit::aWrongPasswordIsToldApart()
+{
+    Agent agent(u"guess"_s);
+    QVERIFY(agent.isReady());
+    const auto error = m_runner.execute(trace());
+    QCOMPARE(numberOf(error), -60005);
+    QCOMPARE(briefOf(error), u"The administrator user name or password was incorrect."_s);
+    QVERIFY(!QFile::exists(path(u"trace"_s)));
+}
+
+void TestScriptRunnerPolkit::aCancelledPromptIsToldApart()
+{
+    Agent agent(u"cancel"_s);
+    QVERIFY(agent.isReady());
+    const auto error = m_runner.execute(trace());
+    QCOMPARE(numberOf(error), -128);
+    QCOMPARE(briefOf(error), u"User canceled."_s);
+    QVERIFY(!QFile::exists(path(u"trace"_s)));
+    QTRY_COMPARE(agent.prompts(), 1);
+}
+
+QTEST_GUILESS_MAIN(TestScriptRunnerPolkit)
+#include "TestScriptRunnerPolkit.moc"

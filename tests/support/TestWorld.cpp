@@ -13,6 +13,16 @@
 
 using namespace Qt::StringLiterals;
 
+namespace
+{
+// QTemporaryDir fails with read-only folders and with names that are not UTF-8.
+void removeTree(const QString &folder)
+{
+    FileManager::makeTreeWritable(toPath(folder));
+    (void)FileManager::removeItem(toPath(folder));
+}
+} // namespace
+
 TestWorld::TestWorld()
 {
     QFile::setPermissions(m_folder.path(), QFile::permissions(m_folder.path()) | QFile::ReadOther | QFile::ExeOther);
@@ -27,7 +37,7 @@ TestWorld::TestWorld()
 
 TestWorld::~TestWorld()
 {
-    FileManager::makeTreeWritable(toPath(m_folder.path()));
+    removeTree(m_folder.path());
 }
 
 QString TestWorld::path(const QString &below) const
@@ -123,6 +133,24 @@ QByteArray TestWorld::zip(const QList<std::pair<QString, QByteArray>> &entries) 
     tool.start(u"zip"_s, arguments);
     tool.waitForFinished();
     return read(folder.filePath(u"made.zip"_s));
+}
+
+QByteArray zipOf(const QByteArray &commands, const QStringList &zipOptions)
+{
+    const QTemporaryDir folder;
+    QProcess shell;
+    shell.setWorkingDirectory(folder.path());
+    shell.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    shell.start(u"/bin/sh"_s,
+                QStringList{u"-ec"_s,
+                            u"mkdir in; cd in; "_s + QString::fromUtf8(commands) + u"\nzip -qry \"$@\" ../made.zip ."_s,
+                            u"sh"_s}
+                    + zipOptions);
+    shell.waitForFinished();
+    QFile archive(folder.filePath(u"made.zip"_s));
+    const QByteArray bytes = archive.open(QIODevice::ReadOnly) ? archive.readAll() : QByteArray();
+    removeTree(folder.path());
+    return bytes;
 }
 
 namespace

@@ -49,6 +49,9 @@ private:
     std::unique_ptr<UrlLoader> m_loader;
 };
 
+// A real archive of what the shell commands make in an empty folder.
+QByteArray zipOf(const QByteArray &commands, const QStringList &zipOptions = {});
+
 // While it lives, the file system sees this thread as an ordinary user with rights of nobody's (for root; anyone else
 // is one already), so that a folder of mode 0555 refuses. Child processes stay who they were.
 class OrdinaryUser

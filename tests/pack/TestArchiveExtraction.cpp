@@ -1,0 +1,285 @@
+#include "support/TestWorld.h"
+
+#include "pack/ArchiveExtraction.h"
+
+#include <QApplication>
+#include <QDir>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <memory>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+using namespace Qt::StringLiterals;
+
+class TestArchiveExtraction : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+    void cleanup();
+
+    void unpacksWithEverythingBelow();
+    void keepsModesAndLinks();
+    void pathsNeedNoPlainNames_data();
+    void pathsNeedNoPlainNames();
+    void theShellReadsWhatStandsInDoubleQuotes_data();
+    void theShellReadsWhatStandsInDoubleQuotes();
+    void aDoubleQuoteBreaksTheCommand();
+    void overwritesWithoutAsking();
+    void whatIsNoArchiveLeavesTheFolderEmpty_data();
+    void whatIsNoArchiveLeavesTheFolderEmpty();
+    void aDamagedMemberIsNoReasonToStop();
+    void anEncryptedMemberIsLeftOut();
+    void anEncryptedMemberIsNotAskedForOnATerminal();
+    void withoutAPathNothingIsRun_data();
+    void withoutAPathNothingIsRun();
+    void theToolsWordsGoToOurOwnOutput();
+
+private:
+    FilePath path(const FilePath &name) const { return toPath(m_folder->path()) / name; }
+    void write(const FilePath &name, const QByteArray &bytes) const
+    {
+        QVERIFY(!FileManager::writeAtomically(path(name), bytes));
+    }
+    QByteArray read(const FilePath &name) const { return FileManager::contentsOfFile(path(name)).value_or("(none)"); }
+    // Unpacks into the folder "out", made before, and says what the tool wrote on standard error.
+    QByteArray extract(const QByteArray &archive) const
+    {
+        write("in.zip", archive);
+        (void)FileManager::createDirectory(path("out"), false);
+        return standardErrorOf([this] { ArchiveExtraction::extract(path("in.zip"), path("out")); });
+    }
+
+    std::unique_ptr<QTemporaryDir> m_folder;
+};
+
+void TestArchiveExtraction::init()
+{
+    m_folder = std::make_unique<QTemporaryDir>();
+}
+
+void TestArchiveExtraction::cleanup()
+{
+    FileManager::makeTreeWritable(toPath(m_folder->path()));
+    (void)FileManager::removeItem(toPath(m_folder->path())); // names that are not UTF-8 too
+}
+
+void TestArchiveExtraction::unpacksWithEverythingBelow()
+{
+    extract(zipOf("mkdir -p Trailbook/Routes; echo toc >Trailbook/Trailbook.toc; echo road >Trailbook/Routes/Road.lua; "
+                  "echo stray >stray.txt; echo hidden >.hidden; mkdir empty"));
+    QCOMPARE(read("out/Trailbook/Trailbook.toc"), QByteArray("toc\n"));
+    QCOMPARE(read("out/Trailbook/Routes/Road.lua"), QByteArray("road\n"));
+    QCOMPARE(read("out/stray.txt"), QByteArray("stray\n"));
+    QCOMPARE(read("out/.hidden"), QByteArray("hidden\n"));
+    QVERIFY(FileManager::isDirectory(path("out/empty")));
+    QCOMPARE(FileManager::contentsOfDirectory(path("out")).size(), 4);
+}
+
+void TestArchiveExtraction::keepsModesAndLinks()
+{
+    extract(
+        zipOf("mkdir closed; echo in >closed/file; chmod 0555 closed; ln -s closed/file link; ln -s gone dangling"));
+    struct stat status = {};
+    QCOMPARE(::lstat(path("out/closed").c_str(), &status), 0);
+    QCOMPARE(status.st_mode & 0777U, 0555U);
+    QCOMPARE(read("out/closed/file"), QByteArray("in\n"));
+    std::error_code failure;
+    QCOMPARE(std::filesystem::read_symlink(path("out/link"), failure), FilePath("closed/file"));
+    QCOMPARE(std::filesystem::read_symlink(path("out/dangling"), failure), FilePath("gone"));
+}
+
+void TestArchiveExtraction::pathsNeedNoPlainNames_data()
+{
+    QTest::addColumn<QByteArray>("name");
+    QTest::newRow("a blank") << QByteArray("Application Support");
+    QTest::newRow("several blanks") << QByteArray("  a  b");
+    QTest::newRow("an apostrophe") << QByteArray("o'neill");
+    QTest::newRow("shell signs") << QByteArray("a;b&c|d(e)<f>#g*h?");
+    QTest::newRow("a placeholder") << QByteArray("%@ %1");
+    QTest::newRow("UTF-8") << QByteArray("Größe");
+    QTest::newRow("not UTF-8") << QByteArray("Gr\xf6\xdf\x65");
+}
+
+void TestArchiveExtraction::pathsNeedNoPlainNames()
+{
+    QFETCH(const QByteArray, name);
+    const FilePath folder = path(name.toStdString());
+    QVERIFY(!FileManager::createDirectory(folder, false));
+    QVERIFY(!FileManager::createDirectory(folder / "out", false));
+    write("in.zip", zipOf("echo one >one"));
+    // A shell pattern in an archive's name is the tool's to read, so only the folder gets it here.
+    ArchiveExtraction::extract(path("in.zip"), folder / "out");
+    QCOMPARE(read(folder / "out/one"), QByteArray("one\n"));
+
+    if (!name.contains('*')) {
+        QVERIFY(!FileManager::moveItem(path("in.zip"), folder / "in.zip"));
+        QVERIFY(!FileManager::removeItem(folder / "out/one"));
+        ArchiveExtraction::extract(folder / "in.zip", folder / "out");
+        QCOMPARE(read(folder / "out/one"), QByteArray("one\n"));
+    }
+}
+
+void TestArchiveExtraction::theShellReadsWhatStandsInDoubleQuotes_data()
+{
+    QTest::addColumn<FilePath>("given");
+    QTest::addColumn<FilePath>("used");
+    QTest::newRow("a variable") << FilePath("out $WAYFAR_TEST_VALUE") << FilePath("out filled in");
+    QTest::newRow("a command") << FilePath("out `echo told`") << FilePath("out told");
+    QTest::newRow("a backslash before a dollar sign") << FilePath("out \\$USER") << FilePath("out $USER");
+    QTest::newRow("two backslashes") << FilePath("out \\\\") << FilePath("out \\");
+}
+
+void TestArchiveExtraction::theShellReadsWhatStandsInDoubleQuotes()
+{
+    QFETCH(const FilePath, given);
+    QFETCH(const FilePath, used);
+    write("in.zip", zipOf("echo one >one"));
+    qputenv("WAYFAR_TEST_VALUE", "filled in");
+    ArchiveExtraction::extract(path("in.zip"), path(given));
+    qunsetenv("WAYFAR_TEST_VALUE");
+    QCOMPARE(read(used / "one"), QByteArray("one\n"));
+    QVERIFY(!FileManager::itemExists(path(given)));
+}
+
+void TestArchiveExtraction::aDoubleQuoteBreaksTheCommand()
+{
+    write("in.zip", zipOf("echo one >one"));
+    QVERIFY(!FileManager::createDirectory(path("a\"b"), false));
+    ArchiveExtraction::extract(path("in.zip"), path("a\"b"));
+    QVERIFY(FileManager::contentsOfDirectory(path("a\"b")).isEmpty());
+    QCOMPARE(FileManager::contentsOfDirectory(toPath(m_folder->path())).size(), 2); // and nowhere else
+}
+
+void TestArchiveExtraction::overwritesWithoutAsking()
+{
+    QVERIFY(!FileManager::createDirectory(path("out"), false));
+    write("out/file", "old, and longer\n");
+    write("out/other", "kept\n");
+    extract(zipOf("echo new >file"));
+    QCOMPARE(read("out/file"), QByteArray("new\n"));
+    QCOMPARE(read("out/other"), QByteArray("kept\n"));
+}
+
+void TestArchiveExtraction::whatIsNoArchiveLeavesTheFolderEmpty_data()
+{
+    QTest::addColumn<std::optional<QByteArray>>("bytes");
+    const QByteArray archive = zipOf("echo one >one; echo two >two");
+    QTest::newRow("an error page") << std::optional<QByteArray>(
+        "<html><body>500 Internal Server Error</body></html>\n");
+    QTest::newRow("a refusal") << std::optional<QByteArray>("Error|The password is not correct.");
+    QTest::newRow("no bytes") << std::optional<QByteArray>("");
+    QTest::newRow("no file") << std::optional<QByteArray>();
+    QTest::newRow("half an archive") << std::optional(archive.left(archive.size() / 2));
+    QTest::newRow("all but the end") << std::optional(archive.chopped(22));
+}
+
+void TestArchiveExtraction::whatIsNoArchiveLeavesTheFolderEmpty()
+{
+    QFETCH(const std::optional<QByteArray>, bytes);
+    QVERIFY(!FileManager::createDirectory(path("out"), false));
+    if (bytes)
+        write("in.zip", *bytes);
+    ArchiveExtraction::extract(path("in.zip"), path("out"));
+    QCOMPARE(FileManager::contentsOfDirectory(path("out")), QList<FilePath>());
+}
+
+void TestArchiveExtraction::aDamagedMemberIsNoReasonToStop()
+{
+    QByteArray archive = zipOf("echo first >1-first; echo second >2-second; echo third >3-third", {u"-0"_s});
+    archive.replace("second\n", "sEcOnd\n"); // its checksum is wrong now
+    extract(archive);
+    QCOMPARE(read("out/1-first"), QByteArray("first\n"));
+    QCOMPARE(read("out/3-third"), QByteArray("third\n"));
+}
+
+void TestArchiveExtraction::anEncryptedMemberIsLeftOut()
+{
+    const QByteArray said =
+        extract(zipOf("echo hidden >secret; zip -q -P word ../made.zip secret; rm secret; echo seen >plain"));
+    QVERIFY2(said.contains("skipping: secret"), said.constData());
+    QCOMPARE(FileManager::contentsOfDirectory(path("out")), QList<FilePath>{"plain"});
+    QCOMPARE(read("out/plain"), QByteArray("seen\n"));
+}
+
+// This program, started again as the leader of a session with a terminal, unpacks there.
+void TestArchiveExtraction::anEncryptedMemberIsNotAskedForOnATerminal()
+{
+    write("in.zip", zipOf("echo hidden >secret; zip -q -P word ../made.zip secret; rm secret; echo seen >plain"));
+    QVERIFY(!FileManager::createDirectory(path("out"), false));
+    const int terminal = ::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
+    QVERIFY(terminal >= 0);
+    QCOMPARE(::grantpt(terminal), 0);
+    QCOMPARE(::unlockpt(terminal), 0);
+    char name[64] = {};
+    QCOMPARE(::ptsname_r(terminal, name, sizeof name), 0);
+
+    QProcess process;
+    process.setChildProcessModifier([&name] {
+        ::setsid();
+        const int side = ::open(name, O_RDWR); // the session's terminal from now on
+        for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
+            ::dup2(side, stream);
+    });
+    process.start(QCoreApplication::applicationFilePath(),
+                  {u"--extract"_s, toText(path("in.zip")), toText(path("out"))});
+    const bool ended = process.waitForFinished(20000);
+    QByteArray shown(10000, '\0');
+    ::fcntl(terminal, F_SETFL, O_NONBLOCK);
+    shown.resize(std::max<qsizetype>(::read(terminal, shown.data(), static_cast<size_t>(shown.size())), 0));
+    ::close(terminal); // whoever still asks there gets no answer
+    QVERIFY2(ended, shown.constData());
+    QCOMPARE(process.exitCode(), 0);
+    QVERIFY2(shown.contains("a terminal") && !shown.contains("password:"), shown.constData());
+    QCOMPARE(FileManager::contentsOfDirectory(path("out")), QList<FilePath>{"plain"});
+}
+
+void TestArchiveExtraction::withoutAPathNothingIsRun_data()
+{
+    QTest::addColumn<bool>("archive");
+    QTest::addColumn<bool>("folder");
+    QTest::newRow("no archive") << false << true;
+    QTest::newRow("no folder") << true << false;
+    QTest::newRow("neither") << false << false;
+}
+
+void TestArchiveExtraction::withoutAPathNothingIsRun()
+{
+    QFETCH(const bool, archive);
+    QFETCH(const bool, folder);
+    write("in.zip", zipOf("echo one >one"));
+    const QByteArray said = standardErrorOf([&] {
+        ArchiveExtraction::extract(archive ? OptionalPath(path("in.zip")) : std::nullopt,
+                                   folder ? OptionalPath(path("out")) : std::nullopt);
+    });
+    QCOMPARE(said, QByteArray());
+    QCOMPARE(FileManager::contentsOfDirectory(toPath(m_folder->path())), QList<FilePath>{"in.zip"});
+}
+
+void TestArchiveExtraction::theToolsWordsGoToOurOwnOutput()
+{
+    const QByteArray said = extract("no archive");
+    QVERIFY2(said.contains("End-of-central-directory signature not found"), said.constData());
+}
+
+int main(int argc, char *argv[])
+{
+    QCoreApplication application(argc, argv);
+    const QStringList arguments = QCoreApplication::arguments();
+    if (arguments.value(1) == u"--extract"_s) {
+        const int terminal = ::open("/dev/tty", O_RDWR | O_CLOEXEC);
+        if (terminal >= 0)
+            ::dprintf(STDOUT_FILENO, "a terminal\n"); // so that it could be asked
+        ArchiveExtraction::extract(toPath(arguments.value(2)), toPath(arguments.value(3)));
+        return terminal >= 0 ? 0 : 1;
+    }
+    TestArchiveExtraction test;
+    return QTest::qExec(&test, arguments);
+}
+#include "TestArchiveExtraction.moc"

@@ -1,5 +1,10 @@
 #include "support/StandIns.h"
 
+#include <QFile>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
 int RecordingAlert::runModal(const AlertContent &content)
 {
     shown.append(content);
@@ -31,5 +36,18 @@ Administrator::Administrator() : ScriptRunner(QList<QByteArray>()) { }
 std::optional<ScriptError> Administrator::execute(const QByteArray &source)
 {
     scripts.append(source);
-    return refusal ? refusal : ScriptRunner::execute(source);
+    if (refusal)
+        return refusal;
+    changeClosedFolders(0755);
+    const auto error = ScriptRunner::execute(source);
+    changeClosedFolders(0555);
+    return error;
+}
+
+void Administrator::changeClosedFolders(uint mode) const
+{
+    if (::geteuid() == 0)
+        return;
+    for (const QString &folder : closedFolders)
+        ::chmod(QFile::encodeName(folder).constData(), mode);
 }

@@ -43,6 +43,10 @@ public:
 
     std::optional<ScriptError> refusal; // instead of running the command
     QList<QByteArray> scripts; // each prompt's, in order
+    QStringList closedFolders; // of mode 0555; open while the command runs, if the test's process can't pass them
+
+private:
+    void changeClosedFolders(uint mode) const;
 };
 
 inline const ScriptError userCanceled = {-128, QStringLiteral("User canceled.")};

@@ -88,7 +88,10 @@ void TestPackInstallationRefused::anUnreadableEntryIsCopiedAfterOnePrompt()
 {
     // The copy's refusal of its source carries the same number.
     Installation::giveToPlayer(m_test->world.addOnFolder());
-    m_test->installAsThePlayer(zipOf("echo sealed >sealed; chmod 0 sealed"));
+    QByteArray archive = zipOf("echo sealed >sealed");
+    const qsizetype entry = archive.indexOf("PK\x01\x02"); // its file mode stands at 40: only root could pack it with 0
+    archive.replace(entry + 40, 2, QByteArray("\x00\x80", 2));
+    m_test->installAsThePlayer(archive);
     QCOMPARE(m_test->program.administrator.scripts, QList<QByteArray>{m_test->copyScript(u"sealed"_s)});
     QCOMPARE(m_test->statuses, (QStringList{Installing, Installed}));
     QVERIFY(m_test->program.alert.shown.isEmpty());

@@ -161,7 +161,7 @@ void TestPrivilegedRun::theAlertOpensWhenTheWaitIsOver()
     bool waits = true;
     alert.whileShown = [&waits] { waits = QApplication::overrideCursor() != nullptr; };
     QVERIFY(!PrivilegedRun::run(administrator, alert, PrivilegedRun::script(Copy), {"/a", "/b"}, Changes));
-    QVERIFY(!waits); // else its clicks would be dropped
+    QVERIFY(!waits); // it is the player who is waited for now
 }
 
 void TestPrivilegedRun::theCommandReallyRuns()

@@ -45,6 +45,7 @@ void UrlExchange::setPolicy()
     curl_easy_setopt(m_handle, CURLOPT_SSL_VERIFYHOST, 2L);
     if (!m_settings.caFile.isEmpty())
         curl_easy_setopt(m_handle, CURLOPT_CAINFO, m_settings.caFile.toLocal8Bit().constData());
+    curl_easy_setopt(m_handle, CURLOPT_HTTPAUTH, CURLAUTH_NONE); // also for a name that an address brings
     curl_easy_setopt(m_handle, CURLOPT_NOSIGNAL, 1L);
     curl_easy_setopt(m_handle, CURLOPT_CONNECTTIMEOUT, long(m_settings.idleSeconds));
     curl_easy_setopt(m_handle, CURLOPT_LOW_SPEED_LIMIT, 1L);
@@ -132,7 +133,8 @@ bool UrlExchange::isFollowedRedirect() const
     const long status = statusOf(m_handle);
     curl_header *location = nullptr;
     return status >= 300 && status < 400
-        && curl_easy_header(m_handle, "Location", 0, CURLH_HEADER, -1, &location) == CURLHE_OK;
+        && curl_easy_header(m_handle, "Location", 0, CURLH_HEADER, -1, &location) == CURLHE_OK
+        && !QByteArray(location->value).trimmed().isEmpty(); // an empty one counts as none
 }
 
 UrlExchange::Outcome UrlExchange::hopEnded(CURLcode code)

@@ -1,0 +1,397 @@
+#include "support/Answers.h"
+#include "support/RecordingConnection.h"
+
+#include <QEventLoop>
+#include <QRegularExpression>
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+const QString page = u"https://wayfar.example/page"_s;
+}
+
+class TestUrlTransfer : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase() { m_vendor = std::make_unique<VendorServer>(); }
+    void cleanupTestCase() { m_vendor.reset(); }
+    void init();
+    void cleanup() { m_loader.reset(); }
+
+    void callbacksComeInOrderAfterTheStartHasReturned();
+    void everyPieceIsReportedAsItComes();
+    void theResponseIsReportedWhileNoDataCome();
+    void theExpectedLengthIsMinusOneWhenNoneWasAnnounced_data();
+    void theExpectedLengthIsMinusOneWhenNoneWasAnnounced();
+    void anEmptyBodyGivesNoPiece_data();
+    void anEmptyBodyGivesNoPiece();
+    void everyStatusEndsWell_data();
+    void everyStatusEndsWell();
+    void onlyTheFinalAnswerIsReported_data();
+    void onlyTheFinalAnswerIsReported();
+    void anInterimAnswerIsNoResponse();
+    void aFormIsPostedOnceOnTheWholeRoad();
+
+    void callbacksComeOnTheStartingThread();
+    void anotherThreadWithAnEventLoopMayStart();
+    void transfersRunSideBySide();
+    void aSlowReceiverHoldsTheSenderBack();
+
+    void theDelegateIsKeptUntilItsEnding();
+    void aTransferOfADestroyedLoaderIsSilent_data();
+    void aTransferOfADestroyedLoaderIsSilent();
+    void anotherThreadsTransferOutlivesTheLoader();
+    void anEndingMayRunAnEventLoop_data();
+    void anEndingMayRunAnEventLoop();
+    void anEndingMayDestroyTheLoader_data();
+    void anEndingMayDestroyTheLoader();
+
+private:
+    std::shared_ptr<RecordingConnection> started(const UrlRequest &request)
+    {
+        const auto connection = std::make_shared<RecordingConnection>();
+        m_loader->start(request, connection);
+        return connection;
+    }
+    static void addEndings();
+
+    std::unique_ptr<VendorServer> m_vendor;
+    std::unique_ptr<UrlLoader> m_loader;
+};
+
+void TestUrlTransfer::init()
+{
+    QTest::failOnWarning(QRegularExpression(u"."_s)); // Qt's, of objects used from the wrong thread
+    m_vendor->clearAnswers();
+    m_vendor->clearRequests();
+    m_loader = std::make_unique<UrlLoader>(networkOf(*m_vendor));
+}
+
+void TestUrlTransfer::callbacksComeInOrderAfterTheStartHasReturned()
+{
+    m_vendor->setAnswer("/page", answerWith("abcdef"));
+    const auto connection = started({.url = page});
+    QVERIFY(connection->events.isEmpty());
+    QTRY_VERIFY(connection->isOver());
+    QCOMPARE(connection->events, (QStringList{u"response 6"_s, u"data abcdef"_s, u"finished"_s}));
+}
+
+void TestUrlTransfer::everyPieceIsReportedAsItComes()
+{
+    VendorAnswer answer = answerWith("abcdef");
+    answer.pieces = {1, 2, 3};
+    answer.stepped = true;
+    m_vendor->setAnswer("/page", answer);
+    const auto connection = started({.url = page});
+    QStringList expected = {u"response 6"_s, u"data a"_s};
+    QTRY_COMPARE(connection->events, expected);
+    for (const QString &piece : {u"data bc"_s, u"data def"_s}) {
+        m_vendor->step();
+        QTRY_VERIFY(connection->events.contains(piece));
+        expected.append(piece);
+        QCOMPARE(connection->events.first(expected.size()), expected);
+    }
+    expected.append(u"finished"_s);
+    QTRY_COMPARE(connection->events, expected);
+}
+
+void TestUrlTransfer::theResponseIsReportedWhileNoDataCome()
+{
+    VendorAnswer answer = answerWith("abcdef");
+    answer.stallAfter = 0;
+    m_vendor->setAnswer("/page", answer);
+    const auto connection = started({.url = page});
+    QTRY_COMPARE(connection->events, QStringList{u"response 6"_s});
+    m_vendor->step();
+    QTRY_COMPARE(connection->events, (QStringList{u"response 6"_s, u"data abcdef"_s, u"finished"_s}));
+}
+
+void TestUrlTransfer::theExpectedLengthIsMinusOneWhenNoneWasAnnounced_data()
+{
+    QTest::addColumn<VendorAnswer::Length>("length");
+    QTest::addColumn<QString>("response");
+    QTest::newRow("announced") << VendorAnswer::Length::Exact << u"response 3"_s;
+    QTest::newRow("chunked") << VendorAnswer::Length::Chunked << u"response -1"_s;
+    QTest::newRow("up to the end of the connection") << VendorAnswer::Length::Absent << u"response -1"_s;
+}
+
+void TestUrlTransfer::theExpectedLengthIsMinusOneWhenNoneWasAnnounced()
+{
+    QFETCH(const VendorAnswer::Length, length);
+    QFETCH(const QString, response);
+    m_vendor->setAnswer("/page", answerOf(length, "abc"));
+    const auto connection = started({.url = page});
+    QTRY_VERIFY(connection->isOver());
+    QCOMPARE(connection->events, (QStringList{response, u"data abc"_s, u"finished"_s}));
+}
+
+void TestUrlTransfer::anEmptyBodyGivesNoPiece_data()
+{
+    QTest::addColumn<VendorAnswer::Length>("length");
+    QTest::addColumn<QString>("response");
+    QTest::newRow("announced") << VendorAnswer::Length::Exact << u"response 0"_s;
+    QTest::newRow("chunked") << VendorAnswer::Length::Chunked << u"response -1"_s;
+    QTest::newRow("up to the end of the connection") << VendorAnswer::Length::Absent << u"response -1"_s;
+}
+
+void TestUrlTransfer::anEmptyBodyGivesNoPiece()
+{
+    QFETCH(const VendorAnswer::Length, length);
+    QFETCH(const QString, response);
+    m_vendor->setAnswer("/page", answerOf(length, {}));
+    const auto connection = started({.url = page});
+    QTRY_VERIFY(connection->isOver());
+    QCOMPARE(connection->events, (QStringList{response, u"finished"_s}));
+}
+
+void TestUrlTransfer::everyStatusEndsWell_data()
+{
+    QTest::addColumn<int>("status");
+    for (const int status : {302, 401, 403, 404, 407, 500, 503}) // 302 without a target
+        QTest::addRow("%d", status) << status;
+}
+
+void TestUrlTransfer::everyStatusEndsWell()
+{
+    QFETCH(const int, status);
+    VendorAnswer answer = answerWith("words");
+    answer.status = status;
+    m_vendor->setAnswer("/page", answer);
+    const auto connection = started({.url = page});
+    QTRY_VERIFY(connection->isOver());
+    QCOMPARE(connection->events, (QStringList{u"response 5"_s, u"data words"_s, u"finished"_s}));
+    QCOMPARE(m_vendor->requests().size(), 1);
+}
+
+void TestUrlTransfer::onlyTheFinalAnswerIsReported_data()
+{
+    QTest::addColumn<VendorAnswer>("first");
+    QTest::newRow("redirect") << redirectTo("/end");
+    QTest::newRow("redirect to another host") << redirectTo("https://download.wayfar.example/end", 301);
+    VendorAnswer inPieces = redirectTo("/end", 308);
+    inPieces.pieces = {1, 1, 1};
+    inPieces.length = VendorAnswer::Length::Chunked;
+    QTest::newRow("redirect with a body in pieces") << inPieces;
+}
+
+void TestUrlTransfer::onlyTheFinalAnswerIsReported()
+{
+    QFETCH(const VendorAnswer, first);
+    m_vendor->setAnswer("/page", first);
+    m_vendor->setAnswer("/end", answerWith("the end"));
+    const auto connection = started({.url = page});
+    QTRY_VERIFY(connection->isOver());
+    QCOMPARE(connection->events, (QStringList{u"response 7"_s, u"data the end"_s, u"finished"_s}));
+}
+
+void TestUrlTransfer::anInterimAnswerIsNoResponse()
+{
+    VendorAnswer answer = answerAfterAnInterimOne("abc");
+    answer.stallAfter = 0; // after the interim answer
+    m_vendor->setAnswer("/page", answer);
+    const auto connection = started({.url = page});
+    QTRY_VERIFY(!m_vendor->requests("/page").isEmpty());
+    const auto other = started({.url = u"https://wayfar.example/feed"_s});
+    QTRY_VERIFY(other->isOver()); // by now the interim answer has come too
+    m_vendor->step();
+    QTRY_VERIFY(connection->isOver());
+    QCOMPARE(connection->events, (QStringList{u"response 3"_s, u"data abc"_s, u"finished"_s}));
+}
+
+void TestUrlTransfer::aFormIsPostedOnceOnTheWholeRoad()
+{
+    m_vendor->setAnswer("/page", redirectTo("/end"));
+    const auto connection =
+        started({.url = page, .method = "POST", .headers = {{"Content-Length", "3"}}, .body = "a=b"});
+    QTRY_VERIFY(connection->isOver());
+    QCOMPARE(m_vendor->requests().size(), 2);
+    QCOMPARE(m_vendor->requests("/page").value(0).body, "a=b");
+    QCOMPARE(m_vendor->requests("/page").value(0).headerCount("Content-Length"), 1);
+    QCOMPARE(m_vendor->requests("/end").value(0).method, "GET");
+    QCOMPARE(m_vendor->requests("/end").value(0).headerCount("Content-Length"), 0);
+}
+
+void TestUrlTransfer::callbacksComeOnTheStartingThread()
+{
+    m_vendor->setAnswer("/page", answerWith("abc"));
+    const auto connection = started({.url = page});
+    QTRY_VERIFY(connection->isOver());
+    QCOMPARE(connection->threads, QList<QThread *>(3, QThread::currentThread()));
+}
+
+void TestUrlTransfer::anotherThreadWithAnEventLoopMayStart()
+{
+    m_vendor->setAnswer("/page", answerWith("abc"));
+    const auto connection = std::make_shared<RecordingConnection>();
+    QThread thread;
+    connection->atTheEnd = [&thread] { thread.quit(); };
+    QObject starter;
+    starter.moveToThread(&thread);
+    QMetaObject::invokeMethod(
+        &starter, [&] { m_loader->start({.url = page}, connection); }, Qt::QueuedConnection);
+    thread.start();
+    QVERIFY(thread.wait(10000));
+    QCOMPARE(connection->events, (QStringList{u"response 3"_s, u"data abc"_s, u"finished"_s}));
+    QCOMPARE(connection->threads, QList<QThread *>(3, &thread));
+}
+
+void TestUrlTransfer::transfersRunSideBySide()
+{
+    VendorAnswer stalled = answerWith("late");
+    stalled.stallAfter = 0;
+    m_vendor->setAnswer("/stalled", stalled);
+    m_vendor->setAnswer("/page", answerWith("abc"));
+    const auto late = started({.url = u"https://wayfar.example/stalled"_s});
+    const auto first = started({.url = page});
+    const auto second = started({.url = page});
+    QTRY_VERIFY(first->isOver() && second->isOver());
+    QTRY_COMPARE(late->events, QStringList{u"response 4"_s});
+    QVERIFY(m_loader->sendSynchronousRequest({.url = page}).body); // the synchronous road is free meanwhile
+    m_vendor->step();
+    QTRY_VERIFY(late->isOver());
+}
+
+// Nothing reads ahead while the receiver's thread is busy elsewhere: what is not asked for stays with the vendor.
+void TestUrlTransfer::aSlowReceiverHoldsTheSenderBack()
+{
+    VendorAnswer answer;
+    answer.filler = 64 * 1024 * 1024;
+    m_vendor->setAnswer("/page", answer);
+    const auto connection = started({.url = page});
+    QTRY_VERIFY(connection->events.size() > 1);
+    const qsizetype before = connection->events.size();
+    QVERIFY(m_loader->sendSynchronousRequest({.url = u"https://wayfar.example/feed"_s}).body);
+    QCOMPARE(connection->events.size(), before);
+    QTRY_VERIFY_WITH_TIMEOUT(connection->isOver(), 20000);
+    QCOMPARE(connection->events.last(), u"finished"_s);
+    for (const QString &event : connection->events)
+        QVERIFY(event.size() < 1024 * 1024);
+}
+
+void TestUrlTransfer::theDelegateIsKeptUntilItsEnding()
+{
+    m_vendor->setAnswer("/page", answerWith("abc"));
+    std::weak_ptr<RecordingConnection> watched;
+    QStringList events;
+    {
+        const auto connection = started({.url = page});
+        connection->atTheEnd = [&events, plain = connection.get()] { events = plain->events; };
+        watched = connection;
+    }
+    QVERIFY(!watched.expired());
+    QTRY_COMPARE(events, (QStringList{u"response 3"_s, u"data abc"_s, u"finished"_s}));
+    QTRY_VERIFY(watched.expired());
+}
+
+void TestUrlTransfer::aTransferOfADestroyedLoaderIsSilent_data()
+{
+    QTest::addColumn<qint64>("after");
+    QTest::addColumn<QStringList>("events");
+    QTest::newRow("before the answer") << qint64(-1) << QStringList();
+    QTest::newRow("before the body") << qint64(0) << QStringList{u"response 4"_s};
+    QTest::newRow("in the body") << qint64(2) << QStringList{u"response 4"_s, u"data ab"_s};
+}
+
+void TestUrlTransfer::aTransferOfADestroyedLoaderIsSilent()
+{
+    QFETCH(const qint64, after);
+    QFETCH(const QStringList, events);
+    VendorAnswer answer = answerWith("abcd");
+    answer.stallAfter = after;
+    m_vendor->setAnswer("/page", answer);
+    const auto connection = started({.url = page});
+    QTRY_VERIFY(!m_vendor->requests("/page").isEmpty());
+    QTRY_COMPARE(connection->events, events);
+    m_loader = std::make_unique<UrlLoader>(networkOf(*m_vendor));
+    QCOMPARE(connection.use_count(), 1);
+    m_vendor->step();
+    const auto next = started({.url = u"https://wayfar.example/feed"_s});
+    QTRY_VERIFY(next->isOver());
+    QCOMPARE(connection->events, events);
+}
+
+void TestUrlTransfer::anotherThreadsTransferOutlivesTheLoader()
+{
+    VendorAnswer answer = answerWith("abc");
+    answer.stallAfter = -1;
+    m_vendor->setAnswer("/page", answer);
+    const auto connection = std::make_shared<RecordingConnection>();
+    QThread thread;
+    connection->atTheEnd = [&thread] { thread.quit(); };
+    QObject starter;
+    starter.moveToThread(&thread);
+    thread.start();
+    QMetaObject::invokeMethod(
+        &starter, [&] { m_loader->start({.url = page}, connection); }, Qt::BlockingQueuedConnection);
+    QVERIFY(m_vendor->waitForRequests("/page", 1));
+    m_loader.reset();
+    m_vendor->step();
+    QVERIFY(thread.wait(10000));
+    QCOMPARE(connection->events, (QStringList{u"response 3"_s, u"data abc"_s, u"finished"_s}));
+}
+
+void TestUrlTransfer::addEndings()
+{
+    QTest::addColumn<bool>("good");
+    QTest::addColumn<QString>("ending");
+    QTest::newRow("good") << true << u"finished"_s;
+    QTest::newRow("bad") << false << u"failed"_s;
+}
+
+void TestUrlTransfer::anEndingMayRunAnEventLoop_data()
+{
+    addEndings();
+}
+
+// As an alert does. A whole other transfer fits into it.
+void TestUrlTransfer::anEndingMayRunAnEventLoop()
+{
+    QFETCH(const bool, good);
+    QFETCH(const QString, ending);
+    VendorAnswer answer = answerWith("abc");
+    if (!good)
+        answer.resetAfter = 1;
+    m_vendor->setAnswer("/page", answer);
+    m_vendor->setAnswer("/inner", answerWith("inner"));
+    const auto inner = std::make_shared<RecordingConnection>();
+    QEventLoop loop;
+    inner->atTheEnd = [&loop] { loop.quit(); };
+    const auto connection = started({.url = page});
+    connection->atTheEnd = [&] {
+        m_loader->start({.url = u"https://wayfar.example/inner"_s}, inner);
+        loop.exec();
+    };
+    QTRY_VERIFY(connection->isOver() && inner->isOver());
+    QCOMPARE(connection->events.last(), ending);
+    QCOMPARE(connection->events.filter(u"fi"_s).size() + connection->events.filter(u"fa"_s).size(), 1);
+    QCOMPARE(inner->events, (QStringList{u"response 5"_s, u"data inner"_s, u"finished"_s}));
+    connection->atTheEnd = nullptr;
+    QTRY_COMPARE(connection.use_count(), 1);
+}
+
+void TestUrlTransfer::anEndingMayDestroyTheLoader_data()
+{
+    addEndings();
+}
+
+void TestUrlTransfer::anEndingMayDestroyTheLoader()
+{
+    QFETCH(const bool, good);
+    QFETCH(const QString, ending);
+    VendorAnswer answer = answerWith("abc");
+    if (!good)
+        answer.resetAfter = -1;
+    m_vendor->setAnswer("/page", answer);
+    const auto connection = started({.url = page});
+    connection->atTheEnd = [this] { m_loader.reset(); };
+    QTRY_VERIFY(connection->isOver());
+    QCOMPARE(connection->events.last(), ending);
+    QTRY_COMPARE(connection.use_count(), 1);
+}
+
+QTEST_GUILESS_MAIN(TestUrlTransfer)
+#include "TestUrlTransfer.moc"

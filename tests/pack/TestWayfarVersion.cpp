@@ -1,0 +1,253 @@
+#include "pack/WayfarVersion.h"
+
+#include "settings/PreferenceKeys.h"
+#include "support/Answers.h"
+#include "support/TestWorld.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+
+class TestWayfarVersion : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init() { m_world = std::make_unique<TestWorld>(); }
+    void cleanup() { m_world.reset(); }
+
+    void theFirstVersionLineTells_data();
+    void theFirstVersionLineTells();
+
+    void theInstalledVersionIsReadBelowTheGameFolder_data();
+    void theInstalledVersionIsReadBelowTheGameFolder();
+    void theInstalledVersionIsNoneWithoutAVersionLine_data();
+    void theInstalledVersionIsNoneWithoutAVersionLine();
+    void theInstalledVersionIsNoneWithoutAReadableFile_data();
+    void theInstalledVersionIsNoneWithoutAReadableFile();
+    void theUsualGameFolderIsLookedInWhenNoneIsStored();
+    void aGameFolderThatAnotherProcessStoredIsSeen();
+
+    void thePublishedVersionIsTheWholeAnswer_data();
+    void thePublishedVersionIsTheWholeAnswer();
+    void thePublishedVersionIsNothingWhenItCannotBeHad_data();
+    void thePublishedVersionIsNothingWhenItCannotBeHad();
+    void thePublishedVersionIsAskedForByABareGet();
+    void installedAndPublishedAreTheSameOnlyToTheLetter_data();
+    void installedAndPublishedAreTheSameOnlyToTheLetter();
+
+private:
+    WayfarVersion version() { return {m_world->defaults(), m_world->loader(), m_world->hosts()}; }
+    QString toc() const { return m_world->addOnFolder() + u"/Trailbook/Trailbook.toc"_s; }
+
+    std::unique_ptr<TestWorld> m_world;
+};
+
+void TestWayfarVersion::theFirstVersionLineTells_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<std::optional<QString>>("version");
+
+    const auto row = [](const char *name, const QString &text, const std::optional<QString> &found) {
+        QTest::newRow(name) << text << found;
+    };
+    row("marker, blank, version", u"## Version: 1.2.6"_s, u"1.2.6"_s);
+    row("among other lines", u"## Title: Trailbook\n## Version: 1.2.6\nTrailbook.lua\n"_s, u"1.2.6"_s);
+    row("line ends of CR LF", u"## Title: Trailbook\r\n## Version: 1.2.6\r\nTrailbook.lua\r\n"_s, u"1.2.6"_s);
+    row("lone CR inside", u"## Version: 1\r.2"_s, u"1.2"_s);
+    row("first version line wins", u"## Version: 2\n## Version: 3"_s, u"2"_s);
+    row("no blank after the marker", u"## Version:1.2.6"_s, u"1.2.6"_s);
+    row("blanks inside", u"## Version:  1 . 2 . 6 "_s, u"1.2.6"_s);
+    row("tab is kept", u"## Version:\t1.2.6"_s, u"\t1.2.6"_s);
+    row("other blanks are kept", u"## Version:\u00a01.2.6"_s, u"\u00a01.2.6"_s);
+    row("nothing after the marker", u"## Version:\n## Version: 3"_s, u""_s);
+    row("blanks alone after the marker", u"## Version:  \r\n"_s, u""_s);
+    row("in capitals", u"## VERSION: 1.2.6"_s, u"1.2.6"_s);
+    row("in small letters", u"## version: 1.2.6"_s, u"1.2.6"_s);
+    row("text before the marker", u"  -- old ## Version: 1.2.6"_s, u"1.2.6"_s);
+    row("marker twice on the line", u"## Version: 1 ## Version: 2"_s, u"1##Version:2"_s);
+    row("letters in the version", u"## Version: v1.2-Beta"_s, u"v1.2-Beta"_s);
+    row("after a byte-order mark", u"\ufeff## Version: 1.2.6"_s, u"1.2.6"_s);
+    row("no blank after the hash signs", u"##Version: 1.2.6"_s, std::nullopt);
+    row("no colon", u"## Version 1.2.6"_s, std::nullopt);
+    row("cut by a line feed", u"## \nVersion: 1.2.6"_s, std::nullopt);
+    row("no version line", u"## Title: Trailbook\n"_s, std::nullopt);
+    row("no text", QString(), std::nullopt);
+}
+
+void TestWayfarVersion::theFirstVersionLineTells()
+{
+    QFETCH(const QString, text);
+    QTEST(versionInToc(text), "version");
+}
+
+void TestWayfarVersion::theInstalledVersionIsReadBelowTheGameFolder_data()
+{
+    QTest::addColumn<QString>("end");
+    QTest::newRow("as stored") << QString();
+    QTest::newRow("with a slash at its end") << u"/"_s;
+}
+
+void TestWayfarVersion::theInstalledVersionIsReadBelowTheGameFolder()
+{
+    QFETCH(const QString, end);
+    m_world->installPack("1.2.5");
+    m_world->defaults().setObject(PreferenceKeys::installPath, m_world->gameFolder() + end);
+    QCOMPARE(version().localVersion(), u"1.2.5"_s);
+}
+
+void TestWayfarVersion::theInstalledVersionIsNoneWithoutAVersionLine_data()
+{
+    QTest::addColumn<QByteArray>("bytes");
+    QTest::newRow("empty file") << QByteArray();
+    QTest::newRow("no version line") << QByteArray("## Title: Trailbook\n");
+    QTest::newRow("no UTF-8") << QByteArray("## Title: Wegb\xfc"
+                                            "cher\n## Version: 1.2.6\n");
+    QTest::newRow("UTF-8 cut off at the end") << QByteArray("## Version: 1.2.6\n\xc3");
+    QTest::newRow("UTF-16") << QByteArray("\xff\xfe#\0#\0", 6);
+}
+
+void TestWayfarVersion::theInstalledVersionIsNoneWithoutAVersionLine()
+{
+    QFETCH(const QByteArray, bytes);
+    m_world->write(toc(), bytes);
+    QCOMPARE(version().localVersion(), u"none"_s);
+}
+
+void TestWayfarVersion::theInstalledVersionIsNoneWithoutAReadableFile_data()
+{
+    QTest::addColumn<std::function<void(const QString &)>>("prepare");
+    const auto row = [](const char *name, const std::function<void(const QString &)> &prepare) {
+        QTest::newRow(name) << prepare;
+    };
+    row("no game folder", [](const QString &) {});
+    row("no file", [](const QString &path) { QDir().mkpath(QFileInfo(path).path()); });
+    row("a folder in its place", [](const QString &path) { QDir().mkpath(path); });
+    row("a dangling link", [](const QString &path) {
+        QDir().mkpath(QFileInfo(path).path());
+        QFile::link(u"/nowhere/at/all"_s, path);
+    });
+}
+
+void TestWayfarVersion::theInstalledVersionIsNoneWithoutAReadableFile()
+{
+    QFETCH(const std::function<void(const QString &)>, prepare);
+    prepare(toc());
+    QCOMPARE(version().localVersion(), u"none"_s);
+}
+
+void TestWayfarVersion::theUsualGameFolderIsLookedInWhenNoneIsStored()
+{
+    QCOMPARE(PreferenceKeys::defaultInstallPath, u"/Applications/World of Warcraft"_s);
+    QVERIFY(!QFileInfo::exists(PreferenceKeys::defaultInstallPath));
+    UserDefaults defaults(m_world->path(u"others/preferences.json"_s), {});
+    QCOMPARE(WayfarVersion(defaults, m_world->loader(), m_world->hosts()).localVersion(), u"none"_s);
+}
+
+void TestWayfarVersion::aGameFolderThatAnotherProcessStoredIsSeen()
+{
+    m_world->installPack("1.2.5");
+    m_world->write(m_world->path(u"moved/_retail_/Interface/AddOns/Trailbook/Trailbook.toc"_s), "## Version: 7\n");
+    QCOMPARE(version().localVersion(), u"1.2.5"_s);
+    UserDefaults others;
+    others.setObject(PreferenceKeys::installPath, m_world->path(u"moved"_s));
+    QCOMPARE(version().localVersion(), u"7"_s);
+}
+
+void TestWayfarVersion::thePublishedVersionIsTheWholeAnswer_data()
+{
+    QTest::addColumn<int>("status");
+    QTest::addColumn<QByteArray>("body");
+    QTest::addColumn<QString>("version");
+    QTest::newRow("bare") << 200 << QByteArray("1.2.6") << u"1.2.6"_s;
+    QTest::newRow("CR LF at the end") << 200 << QByteArray("1.2.6\r\n") << u"1.2.6"_s;
+    QTest::newRow("CR LF anywhere") << 200 << QByteArray("\r\n1.\r\n2.6\r\n\r\n") << u"1.2.6"_s;
+    QTest::newRow("lone LF is kept") << 200 << QByteArray("1.2.6\n") << u"1.2.6\n"_s;
+    QTest::newRow("lone CR is kept") << 200 << QByteArray("1.2.6\r") << u"1.2.6\r"_s;
+    QTest::newRow("CR CR LF leaves a CR") << 200 << QByteArray("1.2.6\r\r\n") << u"1.2.6\r"_s;
+    QTest::newRow("blanks are kept") << 200 << QByteArray(" 1.2.6 ") << u" 1.2.6 "_s;
+    QTest::newRow("empty") << 200 << QByteArray() << u""_s;
+    QTest::newRow("an error page") << 404 << QByteArray("<h1>Not Found</h1>") << u"<h1>Not Found</h1>"_s;
+    QTest::newRow("an error without words") << 503 << QByteArray() << u""_s;
+}
+
+void TestWayfarVersion::thePublishedVersionIsTheWholeAnswer()
+{
+    QFETCH(const int, status);
+    QFETCH(const QByteArray, body);
+    QFETCH(const QString, version);
+    VendorAnswer answer = answerWith(body);
+    answer.status = status;
+    m_world->vendor().setAnswer("/api/wayfarVersion", answer);
+    QCOMPARE(this->version().updateVersion(), std::optional(version));
+}
+
+void TestWayfarVersion::thePublishedVersionIsNothingWhenItCannotBeHad_data()
+{
+    QTest::addColumn<std::function<void(TestWorld &)>>("prepare");
+    const auto row = [](const char *name, const std::function<void(TestWorld &)> &prepare) {
+        QTest::newRow(name) << prepare;
+    };
+    row("network down", [](TestWorld &world) { world.goOffline(); });
+    row("connection lost", [](TestWorld &world) {
+        VendorAnswer answer = answerWith("1.2.6");
+        answer.resetAfter = 3;
+        world.vendor().setAnswer("/api/wayfarVersion", answer);
+    });
+    row("vendor not trusted", [](TestWorld &world) {
+        world.useVendor({.connectTo = world.vendor().connectTo()}); // with the system's authorities
+    });
+    row("no ASCII", [](TestWorld &world) { world.vendor().setPackVersion("1.2.6\xe2\x82\xac"); });
+    row("one byte of no ASCII", [](TestWorld &world) { world.vendor().setPackVersion("1.2.6\x80"); });
+}
+
+void TestWayfarVersion::thePublishedVersionIsNothingWhenItCannotBeHad()
+{
+    QFETCH(const std::function<void(TestWorld &)>, prepare);
+    prepare(*m_world);
+    QCOMPARE(version().updateVersion(), std::nullopt);
+}
+
+void TestWayfarVersion::thePublishedVersionIsAskedForByABareGet()
+{
+    m_world->defaults().setObject(PreferenceKeys::userName, u"ann"_s);
+    m_world->defaults().setObject(PreferenceKeys::password, u"key"_s);
+    QCOMPARE(version().updateVersion(), std::optional(u"1.2.6"_s));
+    QCOMPARE(m_world->vendor().requests().size(), 1);
+    const VendorRequest request = m_world->vendor().requests().constFirst();
+    QCOMPARE(request.method, "GET");
+    QCOMPARE(request.path, "/api/wayfarVersion");
+    QCOMPARE(request.host, "wayfar.example");
+    QCOMPARE(request.body, "");
+    QCOMPARE(request.headerCount("Content-Type"), 0);
+    QCOMPARE(request.headerCount("Authorization"), 0);
+}
+
+void TestWayfarVersion::installedAndPublishedAreTheSameOnlyToTheLetter_data()
+{
+    QTest::addColumn<QByteArray>("installed");
+    QTest::addColumn<QByteArray>("published");
+    QTest::addColumn<bool>("same");
+    QTest::newRow("same") << QByteArray("1.2.6") << QByteArray("1.2.6") << true;
+    QTest::newRow("same but for CR LF") << QByteArray("1.2.6\r") << QByteArray("1.2.6\r\n") << true;
+    QTest::newRow("older") << QByteArray("1.2.5") << QByteArray("1.2.6") << false;
+    QTest::newRow("newer") << QByteArray("1.2.7") << QByteArray("1.2.6") << false;
+    QTest::newRow("of equal worth as numbers") << QByteArray("1.2") << QByteArray("1.2.0") << false;
+    QTest::newRow("letter case") << QByteArray("1.2b") << QByteArray("1.2B") << false;
+    QTest::newRow("tab before the installed one") << QByteArray("\t1.2.6") << QByteArray("1.2.6") << false;
+    QTest::newRow("lone LF after the published one") << QByteArray("1.2.6") << QByteArray("1.2.6\n") << false;
+}
+
+void TestWayfarVersion::installedAndPublishedAreTheSameOnlyToTheLetter()
+{
+    QFETCH(const QByteArray, installed);
+    QFETCH(const QByteArray, published);
+    m_world->installPack(installed);
+    m_world->vendor().setPackVersion(published);
+    QTEST(std::optional(version().localVersion()) == version().updateVersion(), "same");
+}
+
+QTEST_GUILESS_MAIN(TestWayfarVersion)
+#include "TestWayfarVersion.moc"

@@ -8,6 +8,13 @@
 
 using namespace Qt::StringLiterals;
 
+// The address sanitizer keeps freed memory, which is no growth of the program's.
+extern "C" const char *__asan_default_options();
+extern "C" const char *__asan_default_options()
+{
+    return "quarantine_size_mb=8";
+}
+
 namespace
 {
 constexpr qint64 MiB = 1024 * 1024;

@@ -10,6 +10,7 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <functional>
 
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
@@ -74,13 +75,14 @@ QProcessEnvironment environment(const QString &answer)
 }
 
 // Starts the old bundle and waits for its end.
-void runOldBundle(const QString &answer)
+void runOldBundle(const QString &answer, const std::function<void()> &meanwhile)
 {
     layOut();
     QProcess program;
     program.setProcessEnvironment(environment(answer));
     program.setProcessChannelMode(QProcess::ForwardedChannels);
     program.start(oldBundle + u"/AppRun"_s, QStringList());
+    meanwhile();
     expect(program.waitForFinished(60000), u"the old installer ends"_s);
     expect(program.exitStatus() == QProcess::NormalExit && program.exitCode() == 0, u"its exit status is 0"_s);
     expect(isSeen("1.2.6: question: An updated version 1.3.0 of Wayfar Installer is available. Would you like to "
@@ -88,11 +90,18 @@ void runOldBundle(const QString &answer)
            u"it asked whether to download 1.3.0"_s);
 }
 
-void playYes()
+void playYes(VendorServer &vendor)
 {
     say("    ", u"The answer is YES"_s);
-    runOldBundle(u"YES"_s);
-    expect(isSeen("1.2.6: progress window"), u"the progress window was on the screen"_s);
+    VendorAnswer inTwoPieces; // the second when the window has been seen
+    inTwoPieces.body = contentsOf(QStringLiteral(DEMO_NEW_ARCHIVE));
+    inTwoPieces.pieces = {inTwoPieces.body.size() * 7 / 10};
+    inTwoPieces.stepped = true;
+    vendor.queueAnswer("/WayfarRoutes_1.3.0.zip", inTwoPieces);
+    runOldBundle(u"YES"_s, [&vendor] {
+        expect(isSeen("1.2.6: progress window"), u"the progress window is on the screen"_s);
+        vendor.step();
+    });
     expect(!contentsOf(log).contains("1.2.6: main window"), u"the old main window was not"_s);
     expect(QFile::exists(newBundle + u"/AppRun"_s) && QFile::exists(oldBundle + u"/AppRun"_s),
            u"the new installer stands beside the old one"_s);
@@ -102,7 +111,7 @@ void playYes()
 void playNo()
 {
     say("    ", u"The answer is NO"_s);
-    runOldBundle(u"NO"_s);
+    runOldBundle(u"NO"_s, [] {});
     expect(isSeen("1.2.6: main window"), u"the old main window came up"_s);
     expect(!QFile::exists(newBundle), u"nothing was put beside it"_s);
 }
@@ -118,8 +127,7 @@ int main(int argc, char **argv)
     QFile::remove(QStringLiteral(DEMO_CA));
     QFile::copy(vendor.caFile(), QStringLiteral(DEMO_CA));
     vendor.setInstallerVersion("1.3.0");
-    vendor.setInstallerArchive("1.3.0", contentsOf(QStringLiteral(DEMO_NEW_ARCHIVE)));
-    playYes();
+    playYes(vendor);
     playNo();
     return EXIT_SUCCESS;
 }

@@ -290,7 +290,9 @@ FileError FileManager::writeAtomically(const OptionalPath &path, QByteArrayView 
     if (!path)
         return noPath();
     QSaveFile file(toText(*path));
-    if (file.open(QIODevice::WriteOnly) && file.write(bytes.data(), bytes.size()) == bytes.size() && file.commit())
+    // Unbuffered, since a buffer that a full disk took in part is committed as if it were whole.
+    if (file.open(QIODevice::WriteOnly | QIODevice::Unbuffered)
+        && file.write(bytes.data(), bytes.size()) == bytes.size() && file.commit())
         return {};
     return {FileError::Unknown, file.errorString()};
 }

@@ -103,8 +103,9 @@ bool replaceFile(const QString &path, const QJsonObject &object)
 {
     QSaveFile file(path);
     const QByteArray bytes = QJsonDocument(object).toJson();
-    return file.open(QIODevice::WriteOnly) && file.setPermissions(ownerOnly) && file.write(bytes) == bytes.size()
-        && file.commit();
+    // Unbuffered, since a buffer that a full disk took in part is committed as if it were whole.
+    return file.open(QIODevice::WriteOnly | QIODevice::Unbuffered) && file.setPermissions(ownerOnly)
+        && file.write(bytes) == bytes.size() && file.commit();
 }
 } // namespace
 

@@ -28,12 +28,19 @@ public:
     void parserFoundCharacters(const QString &text);
     void parserDidEndElement();
 
+    // Nothing until something was reported or accepted.
+    std::optional<QString> currentElement() const { return m_currentElement; } // the most recently started one
+    std::optional<QString> currentTitle() const { return m_currentTitle; }
+    std::optional<QString> currentURL() const { return m_currentURL; }
+    std::optional<QString> currentPubDate() const { return m_currentPubDate; }
+    QString htmlString() const { return m_htmlString; } // the page as far as it got
+
 private:
     void appendLine();
 
     UrlLoader &m_loader;
     const VendorHosts m_hosts;
-    std::optional<QString> m_currentElement; // the most recently started one
+    std::optional<QString> m_currentElement;
     std::optional<QString> m_currentTitle;
     std::optional<QString> m_currentURL;
     std::optional<QString> m_currentPubDate;

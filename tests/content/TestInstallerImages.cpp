@@ -1,0 +1,296 @@
+#include "support/TestWorld.h"
+
+#include "content/InstallerImages.h"
+#include "platform/Bundle.h"
+
+#include <QBuffer>
+#include <QImageWriter>
+#include <QPainter>
+#include <QTest>
+#include <QThread>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+const QByteArray smallPath = "/installer/banners/small.png";
+const QByteArray largePath = "/installer/banners/large.png";
+
+QImage picture(const QSize &size = {120, 30}, QImage::Format format = QImage::Format_RGB32)
+{
+    QImage image(size, format);
+    image.fill(QColor(40, 120, 110));
+    return image;
+}
+
+QByteArray encoded(const QImage &image, const QByteArray &format = "png")
+{
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::WriteOnly);
+    QImageWriter(&buffer, format).write(image);
+    return bytes;
+}
+
+// A picture of one dark pixel; Qt reads the format and does not write it.
+const QByteArray gif = QByteArray::fromHex("47494638396101000100800000000000ffffff2c00000000010001000002024401003b");
+
+const QByteArray svg = "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"120\" height=\"30\">"
+                       "<rect width=\"120\" height=\"30\" fill=\"red\"/></svg>";
+
+VendorAnswer answerWith(const QByteArray &body)
+{
+    VendorAnswer answer;
+    answer.body = body;
+    return answer;
+}
+} // namespace
+
+class TestInstallerImages : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+    void cleanup();
+
+    void eachBannerComesFromItsOwnAddress();
+    void theBytesComeAsTheVendorSentThem_data();
+    void theBytesComeAsTheVendorSentThem();
+    void anAddressThatCannotBeAskedGivesNothing_data();
+    void anAddressThatCannotBeAskedGivesNothing();
+    void picturesAreDecodedWhateverTheirNameAndType_data();
+    void picturesAreDecodedWhateverTheirNameAndType();
+    void anErrorStatusWithAPictureIsAPicture();
+    void whatIsNoPictureLeavesTheBannerEmpty_data();
+    void whatIsNoPictureLeavesTheBannerEmpty();
+    void aBannerHasAtMostSixteenMillionPixels_data();
+    void aBannerHasAtMostSixteenMillionPixels();
+    void aTransportErrorGivesTheBuiltInPicture_data();
+    void aTransportErrorGivesTheBuiltInPicture();
+    void nothingIsRetriedOrKept();
+    void theBuiltInPicturesAreThere();
+    void anyThreadWillDo();
+
+private:
+    QImage small() { return InstallerImages::downloadSmallImage(m_world->loader(), m_world->hosts()); }
+    QImage large() { return InstallerImages::downloadLargeImage(m_world->loader(), m_world->hosts()); }
+
+    std::unique_ptr<TestWorld> m_world;
+};
+
+void TestInstallerImages::init()
+{
+    m_world = std::make_unique<TestWorld>();
+}
+
+void TestInstallerImages::cleanup()
+{
+    m_world.reset();
+}
+
+void TestInstallerImages::eachBannerComesFromItsOwnAddress()
+{
+    const QImage one = picture({10, 20});
+    const QImage two = picture({30, 40});
+    m_world->vendor().setBanners(encoded(one), encoded(two));
+    QCOMPARE(small(), one);
+    QCOMPARE(large(), two);
+
+    const QList<VendorRequest> requests = m_world->vendor().requests();
+    QCOMPARE(requests.size(), 2);
+    QCOMPARE(requests.at(0).path, smallPath);
+    QCOMPARE(requests.at(1).path, largePath);
+    for (const VendorRequest &request : requests) {
+        QCOMPARE(request.method, "GET");
+        QCOMPARE(request.host, "wayfar.example");
+        QCOMPARE(request.body, QByteArray());
+    }
+}
+
+void TestInstallerImages::theBytesComeAsTheVendorSentThem_data()
+{
+    QTest::addColumn<QByteArray>("body");
+    QTest::addColumn<int>("status");
+    QTest::newRow("a picture") << encoded(picture()) << 200;
+    QTest::newRow("no bytes at all") << QByteArray("") << 200;
+    QTest::newRow("a page for a missing file") << QByteArray("<html>Not found\0</html>", 23) << 404;
+    QTest::newRow("a server's error") << QByteArray("broken") << 500;
+}
+
+void TestInstallerImages::theBytesComeAsTheVendorSentThem()
+{
+    QFETCH(const QByteArray, body);
+    QFETCH(const int, status);
+    VendorAnswer answer = answerWith(body);
+    answer.status = status;
+    m_world->vendor().setAnswer("/any", answer);
+    QCOMPARE(InstallerImages::downloadImage(m_world->loader(), u"https://wayfar.example/any"_s), std::optional(body));
+}
+
+void TestInstallerImages::anAddressThatCannotBeAskedGivesNothing_data()
+{
+    QTest::addColumn<QString>("url");
+    QTest::newRow("empty") << QString();
+    QTest::newRow("no address") << u"not an address"_s;
+    QTest::newRow("without TLS") << u"http://wayfar.example/any"_s;
+    QTest::newRow("a file") << u"file:///etc/hostname"_s;
+}
+
+void TestInstallerImages::anAddressThatCannotBeAskedGivesNothing()
+{
+    QFETCH(const QString, url);
+    QCOMPARE(InstallerImages::downloadImage(m_world->loader(), url), std::nullopt);
+    QVERIFY(m_world->vendor().requests().isEmpty());
+}
+
+void TestInstallerImages::picturesAreDecodedWhateverTheirNameAndType_data()
+{
+    QTest::addColumn<QByteArray>("body");
+    QTest::addColumn<QSize>("size");
+    QTest::newRow("PNG") << encoded(picture()) << QSize(120, 30);
+    QTest::newRow("PNG that one sees through") << encoded(picture({50, 40}, QImage::Format_ARGB32)) << QSize(50, 40);
+    QTest::newRow("JPEG") << encoded(picture(), "jpeg") << QSize(120, 30);
+    QTest::newRow("BMP") << encoded(picture(), "bmp") << QSize(120, 30);
+    QTest::newRow("GIF") << gif << QSize(1, 1);
+    QTest::newRow("bytes behind the picture") << encoded(picture()) + "more" << QSize(120, 30);
+}
+
+void TestInstallerImages::picturesAreDecodedWhateverTheirNameAndType()
+{
+    QFETCH(const QByteArray, body);
+    QFETCH(const QSize, size);
+    for (const char *type : {"image/png", "text/html", "image/svg+xml"}) {
+        VendorAnswer answer = answerWith(body);
+        answer.contentType = type;
+        m_world->vendor().setAnswer(smallPath, answer);
+        QCOMPARE(small().size(), size);
+    }
+}
+
+void TestInstallerImages::anErrorStatusWithAPictureIsAPicture()
+{
+    VendorAnswer answer = answerWith(encoded(picture()));
+    answer.status = 404;
+    m_world->vendor().setAnswer(largePath, answer);
+    QCOMPARE(large(), picture());
+}
+
+void TestInstallerImages::whatIsNoPictureLeavesTheBannerEmpty_data()
+{
+    QTest::addColumn<QByteArray>("body");
+    QTest::newRow("no bytes at all") << QByteArray("");
+    QTest::newRow("an HTML page") << QByteArray("<!DOCTYPE html><html><body>Not found</body></html>");
+    QTest::newRow("a PNG's first bytes") << encoded(picture()).first(20);
+    QTest::newRow("half a PNG") << encoded(picture({300, 300})).chopped(encoded(picture({300, 300})).size() / 2);
+    QByteArray damaged = encoded(picture());
+    damaged[20] = static_cast<char>(damaged[20] ^ 0x55);
+    QTest::newRow("a damaged PNG") << damaged;
+    QTest::newRow("a drawing, which could name files of this machine") << svg;
+    QTest::newRow("a drawing with a declaration") << "<?xml version=\"1.0\"?>\n" + svg;
+    QTest::newRow("a pixel map in text") << QByteArray("P1\n2 2\n1 0\n0 1\n");
+    QTest::newRow("an icon") << QByteArray::fromHex("00000100010010100000010020006804000016000000");
+}
+
+void TestInstallerImages::whatIsNoPictureLeavesTheBannerEmpty()
+{
+    QFETCH(const QByteArray, body);
+    m_world->vendor().setAnswer(smallPath, answerWith(body));
+    m_world->vendor().setAnswer(largePath, answerWith(body));
+    QVERIFY(small().isNull());
+    QVERIFY(large().isNull());
+}
+
+void TestInstallerImages::aBannerHasAtMostSixteenMillionPixels_data()
+{
+    QTest::addColumn<QSize>("size");
+    QTest::addColumn<bool>("shown");
+    QTest::newRow("as many") << QSize(4096, 4096) << true;
+    QTest::newRow("a row more") << QSize(4096, 4097) << false;
+    QTest::newRow("a few kilobytes that become half a gigabyte") << QSize(16384, 8192) << false;
+    QTest::newRow("a long strip") << QSize(32000, 2) << true;
+}
+
+void TestInstallerImages::aBannerHasAtMostSixteenMillionPixels()
+{
+    QFETCH(const QSize, size);
+    QFETCH(const bool, shown);
+    const QByteArray body = encoded(picture(size, QImage::Format_Mono));
+    QCOMPARE_LT(body.size(), 1024 * 1024);
+    m_world->vendor().setAnswer(largePath, answerWith(body));
+    QCOMPARE(large().size(), shown ? size : QSize(0, 0));
+}
+
+void TestInstallerImages::aTransportErrorGivesTheBuiltInPicture_data()
+{
+    QTest::addColumn<VendorAnswer>("answer");
+    QTest::addColumn<bool>("online");
+    const QByteArray body = encoded(picture());
+    QTest::newRow("no network") << VendorAnswer() << false;
+    VendorAnswer refused;
+    refused.resetAfter = -1;
+    QTest::newRow("a connection reset at once") << refused << true;
+    VendorAnswer cut = answerWith(body);
+    cut.resetAfter = body.size() - 1;
+    QTest::newRow("a connection reset in the picture") << cut << true;
+    VendorAnswer shorter = answerWith(body);
+    shorter.announcedLength = body.size() + 10;
+    QTest::newRow("fewer bytes than announced") << shorter << true;
+    VendorAnswer silent = answerWith(body);
+    silent.stallAfter = 0;
+    QTest::newRow("a vendor that falls silent") << silent << true;
+    VendorAnswer endless = answerWith(body);
+    endless.filler = UrlLoader::MostInMemory;
+    QTest::newRow("more than fits in memory") << endless << true;
+}
+
+void TestInstallerImages::aTransportErrorGivesTheBuiltInPicture()
+{
+    QFETCH(const VendorAnswer, answer);
+    QFETCH(const bool, online);
+    UrlLoaderSettings impatient = m_world->network();
+    impatient.idleSeconds = 1;
+    m_world->useVendor(impatient);
+    if (!online)
+        m_world->goOffline();
+    m_world->vendor().setAnswer(smallPath, answer);
+    m_world->vendor().setAnswer(largePath, answer);
+    QCOMPARE(standardErrorOf([this] { QCOMPARE(small(), Bundle::imageNamed(u"small"_s)); }), QByteArray());
+    QCOMPARE(large(), Bundle::imageNamed(u"large"_s));
+}
+
+void TestInstallerImages::nothingIsRetriedOrKept()
+{
+    VendorAnswer refused;
+    refused.resetAfter = -1;
+    m_world->vendor().queueAnswer(smallPath, refused);
+    m_world->vendor().setAnswer(smallPath, answerWith(encoded(picture())));
+    QCOMPARE(small(), Bundle::imageNamed(u"small"_s));
+    QCOMPARE(m_world->vendor().requests(smallPath).size(), 1);
+    QCOMPARE(small(), picture());
+    QCOMPARE(small(), picture());
+    QCOMPARE(m_world->vendor().requests(smallPath).size(), 3);
+    QVERIFY(!QFile::exists(m_world->supportFolder()));
+}
+
+void TestInstallerImages::theBuiltInPicturesAreThere()
+{
+    const QImage builtInSmall = Bundle::imageNamed(u"small"_s);
+    const QImage builtInLarge = Bundle::imageNamed(u"large"_s);
+    QVERIFY(!builtInSmall.isNull());
+    QVERIFY(!builtInLarge.isNull());
+    QVERIFY(builtInSmall.size() != builtInLarge.size());
+}
+
+void TestInstallerImages::anyThreadWillDo()
+{
+    m_world->vendor().setBanners(encoded(picture()), encoded(picture()));
+    QImage shown;
+    const std::unique_ptr<QThread> worker(QThread::create([&] { shown = large(); }));
+    worker->start();
+    QVERIFY(worker->wait(10000));
+    QCOMPARE(shown, picture());
+}
+
+QTEST_MAIN(TestInstallerImages)
+#include "TestInstallerImages.moc"

@@ -89,6 +89,7 @@ QByteArray DemoWorld::installedToc() const
 void DemoWorld::publish()
 {
     m_vendor.addAccount(u"rowan"_s, u"long road"_s, content(u"account.html"_s));
+    m_vendor.setInstallerVersion(DEMO_VERSION);
     m_vendor.setPackVersion("1.2.6");
     m_vendor.setPack(pack());
     m_vendor.setFeed(content(u"feed.xml"_s));

@@ -63,9 +63,9 @@ public:
         // Names in the server's certificate.
         QStringList names = {QStringLiteral("wayfar.example"), QStringLiteral("www.wayfar.example"),
                              QStringLiteral("download.wayfar.example"), QStringLiteral("localhost")};
-        quint16 port = 0; // a free one
         bool expired = false; // the certificate ended yesterday
         bool trusted = true; // false: caFile() is the certificate of another authority
+        quint16 port = 0; // a free one
     };
 
     VendorServer(); // the plain Options

@@ -29,7 +29,11 @@ Application::Application(const QString &version, const VendorHosts &hosts, const
                   .workspace = m_workspace,
                   .alert = m_alert,
                   .scriptRunner = m_scriptRunner,
-                  .terminate = [] { QCoreApplication::quit(); },
+                  .terminate =
+                      [this] {
+                          m_instance.release(); // the end may take a moment; the player's next start need not wait
+                          QCoreApplication::quit();
+                      },
                   .exit = exitAtOnce})
 {
     QCoreApplication::setApplicationName(u"wayfar-installer"_s);

@@ -16,12 +16,13 @@ void DownloadFile::begin(qint64 expectedContentLength)
 {
     m_totalSize = expectedContentLength;
     m_totalDownloaded = 0;
-    (void)FileManager::createEmptyFile(path());
+    m_path = path(); // kept for the pieces: each look for the folder may log that there is none
+    (void)FileManager::createEmptyFile(m_path);
 }
 
 double DownloadFile::append(QByteArrayView piece)
 {
     m_totalDownloaded += piece.size();
-    FileManager::appendToExistingFile(path(), piece);
+    FileManager::appendToExistingFile(m_path, piece);
     return m_totalSize == 0 ? 0 : static_cast<double>(m_totalDownloaded * 100 / m_totalSize);
 }

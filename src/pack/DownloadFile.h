@@ -21,6 +21,7 @@ public:
     qint64 totalDownloaded() const { return m_totalDownloaded; }
 
 private:
+    OptionalPath m_path;
     qint64 m_totalSize = 0;
     qint64 m_totalDownloaded = 0;
 };

@@ -1,7 +1,5 @@
 #include "pack/WayfarUpdateInstaller.h"
 
-#include "pack/FormEncoding.h"
-
 using namespace Qt::StringLiterals;
 
 WayfarUpdateInstaller::WayfarUpdateInstaller(UserDefaults &defaults, UrlLoader &loader, const VendorHosts &hosts)

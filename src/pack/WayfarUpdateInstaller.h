@@ -1,6 +1,7 @@
 #pragma once
 
 #include "pack/DownloadFile.h"
+#include "pack/FormEncoding.h"
 #include "pack/UpdateDownloadDelegate.h"
 #include "platform/UrlLoader.h"
 #include "platform/VendorHosts.h"
@@ -17,6 +18,9 @@ public:
     qint64 totalDownloaded() const { return m_file.totalDownloaded(); }
     UpdateDownloadDelegate *delegate() const { return m_delegate; }
     void setDelegate(UpdateDownloadDelegate *delegate) { m_delegate = delegate; } // borrowed; it outlives us
+
+    static QByteArray encodeDictionary(const FormPairs &pairs) { return FormEncoding::encodeDictionary(pairs); }
+    static QString urlencode(const QString &text) { return FormEncoding::urlencode(text); } // nobody's, by now
 
     // Returns at once; the running transfer keeps this object alive.
     void downloadUpdate();

@@ -41,6 +41,10 @@ SingleInstance::SingleInstance()
 
 SingleInstance::SingleInstance(const QString &folder, const QString &key)
 {
+    if (folder.isEmpty()) { // nowhere to meet
+        m_first = true;
+        return;
+    }
     const QByteArray hash = QCryptographicHash::hash(key.toUtf8(), QCryptographicHash::Sha256).toHex().first(16);
     const QString name = folder + u"/wayfar-installer-"_s + QString::fromLatin1(hash);
     m_first = takeLock(name + u".lock"_s);
@@ -52,8 +56,14 @@ SingleInstance::SingleInstance(const QString &folder, const QString &key)
 
 SingleInstance::~SingleInstance()
 {
+    release();
+}
+
+void SingleInstance::release()
+{
+    m_server.close();
     if (m_lock >= 0)
-        ::close(m_lock);
+        ::close(std::exchange(m_lock, -1));
 }
 
 // Where there is no lock to be had at all, the program starts all the same.

@@ -18,6 +18,8 @@ public:
 
     // False: another one runs, and has been told; there is nothing to do but to end.
     bool isFirst() const { return m_first; }
+    // Makes room for the next start, when this program is on its way out.
+    void release();
 
 Q_SIGNALS:
     void anotherStarted();

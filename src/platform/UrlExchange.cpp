@@ -2,11 +2,20 @@
 
 #include <QNetworkProxy>
 
+#include <fcntl.h>
+
 using namespace Qt::StringLiterals;
 
 namespace
 {
 constexpr int MostRedirects = 16;
+
+// The game and the browser are no part of a conversation with the vendor.
+int keepFromChildren(void *, curl_socket_t socket, curlsocktype)
+{
+    ::fcntl(socket, F_SETFD, FD_CLOEXEC);
+    return CURL_SOCKOPT_OK;
+}
 
 long statusOf(CURL *handle)
 {
@@ -51,6 +60,8 @@ void UrlExchange::setPolicy()
     curl_easy_setopt(m_handle, CURLOPT_LOW_SPEED_LIMIT, 1L);
     curl_easy_setopt(m_handle, CURLOPT_LOW_SPEED_TIME, long(m_settings.idleSeconds));
     curl_easy_setopt(m_handle, CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L);
+    curl_easy_setopt(m_handle, CURLOPT_QUICK_EXIT, 1L); // the program's end does not wait for a name server
+    curl_easy_setopt(m_handle, CURLOPT_SOCKOPTFUNCTION, keepFromChildren);
     curl_easy_setopt(m_handle, CURLOPT_HEADERFUNCTION, &UrlExchange::receiveHeader);
     curl_easy_setopt(m_handle, CURLOPT_HEADERDATA, this);
     curl_easy_setopt(m_handle, CURLOPT_WRITEFUNCTION, &UrlExchange::receiveData);

@@ -67,8 +67,9 @@ private:
 
 // A process killed while it wrote leaves its temporary file, and the password in it. Only under the lock: whatever
 // stands there then belongs to nobody.
-void removeLeftovers(const QFileInfo &file)
+void removeLeftovers(const QFileInfo &linkOrFile)
 {
+    const QFileInfo file(linkOrFile.isSymLink() ? linkOrFile.symLinkTarget() : linkOrFile.filePath()); // written there
     QDir folder(file.path());
     for (const QString &name : folder.entryList({file.fileName() + u".??????"_s}, QDir::Files | QDir::Hidden)) {
         if (!name.endsWith(u".broken"_s))
@@ -76,13 +77,15 @@ void removeLeftovers(const QFileInfo &file)
     }
 }
 
-void setAside(const QString &file)
+bool setAside(const QString &file)
 {
     QString name = file + u".broken"_s;
     for (int number = 2; QFileInfo::exists(name) || QFileInfo(name).isSymLink(); ++number)
         name = file + u".broken-"_s + QString::number(number);
-    QFile::rename(file, name);
+    if (!QFile::rename(file, name))
+        return false;
     SystemLog::write(u"The preferences could not be read and were set aside as %1"_s.arg(name));
+    return true;
 }
 
 // Nothing when a file is there that can't be opened: it may hold anything, so it must not be replaced.
@@ -95,8 +98,7 @@ std::optional<QJsonObject> readOrSetAside(const QString &file)
         return std::nullopt;
     if (const auto object = objectFrom(*bytes))
         return object;
-    setAside(file);
-    return QJsonObject();
+    return setAside(file) ? std::optional(QJsonObject()) : std::nullopt;
 }
 
 bool replaceFile(const QString &path, const QJsonObject &object)

@@ -18,6 +18,7 @@ struct Program {
         : delegate({world.hosts(), world.defaults(), world.loader(), workspace, alert, administrator,
                     [this] { ++terminations; }, [this](int status) { exitStatus = status; }})
     {
+        QCoreApplication::setApplicationVersion(QStringLiteral("1.2.6")); // what the vendor publishes: no upgrade
     }
 
     // applicationDidFinishLaunching, until the worker is done and the status line is set. False after 20 s.

@@ -63,6 +63,7 @@ std::optional<struct stat> statusOf(const FilePath &path)
     return ::lstat(path.c_str(), &status) == 0 ? std::optional(status) : std::nullopt;
 }
 
+// Files are opened with O_NONBLOCK wherever a FIFO might stand: it must not hold us.
 struct Descriptor {
     explicit Descriptor(int opened) : number(opened) { }
     ~Descriptor()
@@ -79,6 +80,50 @@ void copyTimes(const struct stat &status, const FilePath &path)
 {
     const timespec times[] = {status.st_atim, status.st_mtim};
     ::utimensat(AT_FDCWD, path.c_str(), times, AT_SYMLINK_NOFOLLOW); // foreign file systems may refuse: no loss
+}
+
+// False, with the reason in errno, when not all of it could be written.
+bool writeAll(int descriptor, QByteArrayView bytes)
+{
+    while (!bytes.isEmpty()) {
+        const ssize_t written = ::write(descriptor, bytes.data(), static_cast<size_t>(bytes.size()));
+        if (written < 0 && errno == EINTR)
+            continue;
+        if (written < 0)
+            return false;
+        bytes = bytes.sliced(written);
+    }
+    return true;
+}
+
+// Not by std::filesystem, which forgets that the disk was full and fails where a foreign file system knows no modes.
+FileError copyFile(const FilePath &source, const FilePath &destination, const struct stat &status)
+{
+    const Descriptor from(::open(source.c_str(), O_RDONLY | O_CLOEXEC));
+    if (from.number < 0)
+        return lastError(source);
+    const Descriptor to(::open(destination.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
+    if (to.number < 0)
+        return lastError(destination);
+    QByteArray buffer(1 << 17, Qt::Uninitialized);
+    while (const ssize_t size = ::read(from.number, buffer.data(), static_cast<size_t>(buffer.size()))) {
+        if (size < 0)
+            return lastError(source);
+        if (!writeAll(to.number, QByteArrayView(buffer).first(size)))
+            return lastError(destination);
+    }
+    ::fchmod(to.number, status.st_mode & 07777);
+    copyTimes(status, destination);
+    return {};
+}
+
+FileError copyLink(const FilePath &source, const FilePath &destination, const struct stat &status)
+{
+    std::error_code failure;
+    fs::copy_symlink(source, destination, failure);
+    if (!failure)
+        copyTimes(status, destination);
+    return errorOf(failure.value(), destination);
 }
 
 FileError copyEntry(const FilePath &source, const FilePath &destination);
@@ -125,17 +170,11 @@ FileError copyEntry(const FilePath &source, const FilePath &destination)
         return lastError(source);
     if (S_ISDIR(status->st_mode))
         return copyFolder(source, destination, *status);
-
-    std::error_code failure;
     if (S_ISLNK(status->st_mode))
-        fs::copy_symlink(source, destination, failure);
-    else if (S_ISREG(status->st_mode))
-        fs::copy_file(source, destination, failure);
-    else
-        return errorOf(EINVAL, source);
-    if (!failure)
-        copyTimes(*status, destination);
-    return errorOf(failure.value(), destination);
+        return copyLink(source, destination, *status);
+    if (S_ISREG(status->st_mode))
+        return copyFile(source, destination, *status);
+    return errorOf(EINVAL, source);
 }
 } // namespace
 
@@ -187,9 +226,10 @@ FileError FileManager::createDirectory(const OptionalPath &path, bool withInterm
         return errorOf(reason, *path);
     if (const FileError error = createDirectory(parent, true))
         return error;
-    if (::mkdir(path->c_str(), 0777) == 0 || isDirectory(path)) // a trailing slash has its folder by now
+    if (::mkdir(path->c_str(), 0777) == 0)
         return {};
-    return lastError(*path);
+    const FileError refusal = lastError(*path);
+    return isDirectory(path) ? FileError() : refusal; // a trailing slash has its folder by now
 }
 
 FileError FileManager::removeItem(const OptionalPath &path)
@@ -251,7 +291,7 @@ std::optional<QByteArray> FileManager::contentsOfFile(const OptionalPath &path)
 {
     if (!path)
         return std::nullopt;
-    const Descriptor opened(::open(path->c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK)); // a FIFO must not hold us
+    const Descriptor opened(::open(path->c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     struct stat status = {};
     QFile file;
     if (opened.number < 0 || ::fstat(opened.number, &status) != 0 || !S_ISREG(status.st_mode)
@@ -265,7 +305,7 @@ FileError FileManager::createEmptyFile(const OptionalPath &path)
 {
     if (!path)
         return noPath();
-    const Descriptor opened(::open(path->c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666));
+    const Descriptor opened(::open(path->c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NONBLOCK, 0666));
     return opened.number < 0 ? lastError(*path) : FileError();
 }
 
@@ -273,16 +313,8 @@ bool FileManager::appendToExistingFile(const OptionalPath &path, QByteArrayView 
 {
     if (!path)
         return false;
-    const Descriptor opened(::open(path->c_str(), O_WRONLY | O_APPEND | O_CLOEXEC));
-    while (opened.number >= 0 && !bytes.isEmpty()) {
-        const ssize_t written = ::write(opened.number, bytes.data(), static_cast<size_t>(bytes.size()));
-        if (written < 0 && errno == EINTR)
-            continue;
-        if (written < 0)
-            return false;
-        bytes = bytes.sliced(written);
-    }
-    return opened.number >= 0;
+    const Descriptor opened(::open(path->c_str(), O_WRONLY | O_APPEND | O_CLOEXEC | O_NONBLOCK));
+    return opened.number >= 0 && writeAll(opened.number, bytes);
 }
 
 FileError FileManager::writeAtomically(const OptionalPath &path, QByteArrayView bytes)

@@ -3,6 +3,8 @@
 #include "platform/SystemLog.h"
 #include "platform/Text.h"
 
+#include <QDir>
+
 using namespace Qt::StringLiterals;
 
 namespace
@@ -10,8 +12,8 @@ namespace
 QStringList searchPaths(QStandardPaths::StandardLocation directory, Utility::Domain domain)
 {
     const QString users = QStandardPaths::writableLocation(directory);
-    if (domain == Utility::UserDomain)
-        return users.isEmpty() ? QStringList() : QStringList(users);
+    if (domain == Utility::UserDomain) // a relative one, which XDG forbids, would lie wherever we were started
+        return QDir::isAbsolutePath(users) ? QStringList(users) : QStringList();
     QStringList shared = QStandardPaths::standardLocations(directory);
     shared.removeAll(users);
     return shared;

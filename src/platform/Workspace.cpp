@@ -2,6 +2,7 @@
 
 #include "platform/ShellCommand.h"
 
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QStandardPaths>
@@ -31,6 +32,12 @@ bool isProgram(const QFileInfo &file)
         || head.startsWith("#!");
 }
 
+// Without a slash at the end, which would hide a folder's name.
+QFileInfo fileAt(const QString &path)
+{
+    return QFileInfo(QDir::cleanPath(QFileInfo(path).absoluteFilePath()));
+}
+
 bool isBundle(const QFileInfo &file)
 {
     return file.isDir() && (QFileInfo(file.filePath() + u"/AppRun"_s).isFile() || file.suffix() == u"app"_s);
@@ -46,12 +53,12 @@ bool startBundle(const QFileInfo &bundle)
     return false;
 }
 
-// Hands a file over to the desktop. xdg-open either ends at once and knows whether it found something, or stays with
-// what it started; then it must not be ended with us, so nobody owns the process object any more.
-bool openByDesktop(const QString &what)
+// Hands a file over to the desktop's tool, which either ends at once and knows whether it started something, or stays
+// with what it started; then it must not be ended with us, so nobody owns the process object any more.
+bool openByDesktop(const QList<QByteArray> &command)
 {
     auto *process = new QProcess;
-    ShellCommand::prepare(*process, {"xdg-open", what.toLocal8Bit()});
+    ShellCommand::prepare(*process, command);
     process->setProcessChannelMode(QProcess::ForwardedChannels);
     process->start();
     constexpr std::chrono::milliseconds patience = 3s;
@@ -65,19 +72,19 @@ bool openByDesktop(const QString &what)
 
 bool Workspace::openFile(const QString &path)
 {
-    const QFileInfo file(QFileInfo(path).absoluteFilePath());
+    const QFileInfo file = fileAt(path);
     if (!file.exists())
         return false;
     if (isBundle(file))
         return startBundle(file);
     if (file.suffix() == u"desktop"_s)
-        return start(u"gio"_s, {u"launch"_s, file.filePath()}, file.path());
+        return openByDesktop({"gio", "launch", file.filePath().toLocal8Bit()});
     const QString wine = QStandardPaths::findExecutable(u"wine"_s);
     if (file.suffix().compare(u"exe"_s, Qt::CaseInsensitive) == 0 && !wine.isEmpty())
         return start(wine, {file.filePath()}, file.path());
     if (isProgram(file))
         return start(file.filePath(), {}, file.path());
-    return openByDesktop(file.filePath());
+    return openByDesktop({"xdg-open", file.filePath().toLocal8Bit()});
 }
 
 bool Workspace::openURL(const QUrl &url)
@@ -88,6 +95,6 @@ bool Workspace::openURL(const QUrl &url)
 
 bool Workspace::launchApplication(const QString &path)
 {
-    const QFileInfo bundle(QFileInfo(path).absoluteFilePath());
+    const QFileInfo bundle = fileAt(path);
     return bundle.isDir() && startBundle(bundle);
 }

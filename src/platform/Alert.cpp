@@ -4,6 +4,7 @@
 
 #include <QApplication>
 #include <QIcon>
+#include <QLabel>
 #include <QMessageBox>
 #include <QPointer>
 #include <QPushButton>
@@ -18,9 +19,10 @@ int show(const AlertContent &content)
     box->setWindowTitle(QGuiApplication::applicationDisplayName());
     const QIcon ours = QGuiApplication::windowIcon(); // news, good and bad alike: no sign of alarm
     box->setIconPixmap(ours.pixmap(box->style()->pixelMetric(QStyle::PM_MessageBoxIconSize)));
-    box->setTextFormat(Qt::PlainText);
     box->setText(content.messageText);
     box->setInformativeText(content.informativeText);
+    for (QLabel *label : box->findChildren<QLabel *>()) // the box's own setting leaves the informative text out
+        label->setTextFormat(Qt::PlainText);
     QPushButton *defaultButton = box->addButton(content.defaultButton, QMessageBox::AcceptRole);
     box->setDefaultButton(defaultButton);
     box->setEscapeButton(defaultButton);

@@ -1,5 +1,6 @@
 #include "platform/MainThread.h"
 
+#include <QAbstractButton>
 #include <QApplication>
 #include <QEventLoop>
 #include <QThread>
@@ -13,7 +14,8 @@ namespace
 {
 int waits = 0; // the main thread's alone
 
-// Eats what the player did during a wait. A question that opens at a deeper level gets its answer all the same.
+// Eats what the player did during a wait, but for the end of a press: without it a press from before the wait would
+// take the next click. A question that opens at a deeper level gets its answer all the same.
 class InputDrop : public QObject
 {
 public:
@@ -28,10 +30,9 @@ private:
     {
         switch (type) {
         case QEvent::MouseButtonPress:
-        case QEvent::MouseButtonRelease:
         case QEvent::MouseButtonDblClick:
+        case QEvent::MouseMove:
         case QEvent::KeyPress:
-        case QEvent::KeyRelease:
         case QEvent::Shortcut:
         case QEvent::ShortcutOverride:
         case QEvent::ContextMenu:
@@ -66,8 +67,18 @@ private:
     QEventLoop &m_loop;
 };
 
+// A button that is up makes no click of the end of a press.
+void letButtonsUp()
+{
+    for (QWidget *widget : QApplication::allWidgets()) {
+        if (auto *button = qobject_cast<QAbstractButton *>(widget))
+            button->setDown(false);
+    }
+}
+
 void dropInput()
 {
+    letButtonsUp();
     InputDrop drop;
     qApp->installEventFilter(&drop);
     QCoreApplication::processEvents();

@@ -5,7 +5,7 @@
 
 #include <optional>
 
-// A transparent push button that shows a cursor of its own while the pointer is over it; it lies over a picture.
+// A push button that shows a cursor of its own while the pointer is over it.
 class CursorButtons : public QPushButton
 {
     Q_OBJECT
@@ -15,9 +15,6 @@ public:
 
     std::optional<QCursor> cursor() const { return m_cursor; }
     void setCursor(const std::optional<QCursor> &cursor); // nothing: the platform's own behaviour
-
-protected:
-    void paintEvent(QPaintEvent *event) override;
 
 private:
     void resetCursorRects();

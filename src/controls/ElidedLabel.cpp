@@ -3,6 +3,7 @@
 #include <QAccessible>
 #include <QFontMetrics>
 #include <QPainter>
+#include <QTextDocument>
 
 using namespace Qt::StringLiterals;
 
@@ -16,7 +17,8 @@ void ElidedLabel::setText(const QString &text)
     if (text == m_text)
         return;
     m_text = text;
-    setToolTip(shownText().toHtmlEscaped());
+    // Escaped alone it would show its entities: a tool tip takes a text without tags for plain.
+    setToolTip(text.isEmpty() ? QString() : Qt::convertFromPlainText(shownText(), Qt::WhiteSpaceNormal));
     setAccessibleDescription(shownText()); // the name says what it is, the description what it reads
     updateGeometry();
     update();

@@ -20,7 +20,7 @@ void ImageView::paintEvent(QPaintEvent *)
     const qreal ratio = devicePixelRatioF();
     const QSize room = (QSizeF(size()) * ratio).toSize();
     const QSize natural = (m_image.deviceIndependentSize() * ratio).toSize();
-    const QSize drawn = natural.scaled(natural.boundedTo(room), Qt::KeepAspectRatio);
+    const QSize drawn = natural.scaled(natural.boundedTo(room), Qt::KeepAspectRatio).expandedTo({1, 1});
     QImage scaled = m_image.scaled(drawn, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
     scaled.setDevicePixelRatio(ratio);
 

@@ -47,6 +47,8 @@ QLabel[role="heading"] { font-weight: 600; }
 QLabel[role="caption"] { color: %2; }
 ElidedLabel[role="version"] { font-weight: 600; }
 ElidedLabel#statusLabel { color: %2; }
+CursorButtons { background: transparent; border: 2px solid transparent; }
+CursorButtons:focus { border-color: %10; outline: 2px solid %11; }
 WayfarProgressIndicator { background: %3; border: none; }
 WayfarProgressIndicator::chunk { background: %4; }
 QPushButton#mainButton { background: %4; color: %5; border: 2px solid %4; border-radius: 8px; padding: 0 28px;
@@ -55,8 +57,9 @@ QPushButton#mainButton:hover { background: %6; border-color: %6; }
 QPushButton#mainButton:pressed { background: %7; border-color: %7; }
 QPushButton#mainButton:focus { border-color: %8; }
 QPushButton#mainButton:disabled { background: %3; border-color: %3; color: %9; }
-)"_s.arg(line.name(), muted.name(), groove.name(), action.name(), onAction.name(), action.lighter(112).name(),
-         action.darker(115).name(), mixed(action, text, 0.55F).name(), faint.name());
+)"_s.arg(line.name(), muted.name(), groove.name(), action.name(), onAction.name(), action.lighter(110).name(),
+         action.darker(112).name(), mixed(action, text, 0.55F).name(), faint.name(),
+         palette.color(QPalette::Highlight).name(), palette.color(QPalette::Base).name());
 }
 
 QString Theme::settingsStyle(const QPalette &palette)

@@ -14,8 +14,9 @@ void WayfarProgressIndicator::setPercentage(double value)
 
 void WayfarProgressIndicator::paintEvent(QPaintEvent *event)
 {
-    // A part of the bar drawn as if it were the whole would show a wrong value until the next change.
-    if (event->rect() != rect())
+    // A part of the bar drawn as if it were the whole would show a wrong value until the next change. What lies outside
+    // the window is never drawn: waiting for it would go on for ever.
+    if (event->rect() != visibleRegion().boundingRect())
         update();
     QStyleOptionProgressBar option;
     initStyleOption(&option);

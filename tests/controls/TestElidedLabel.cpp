@@ -1,0 +1,196 @@
+#include "controls/ElidedLabel.h"
+
+#include <QApplication>
+#include <QFontMetrics>
+#include <QLabel>
+#include <QTest>
+#include <QTextDocument>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+QImage picture(QWidget &widget, const QSize &size)
+{
+    widget.resize(size);
+    return widget.grab().toImage();
+}
+
+QImage pictureOf(const QString &text, const QSize &size)
+{
+    ElidedLabel label;
+    label.setText(text);
+    return picture(label, size);
+}
+
+// How a label looks that shows each character as it stands.
+QImage plainPictureOf(const QString &text, const QSize &size)
+{
+    QLabel label;
+    label.setTextFormat(Qt::PlainText);
+    label.setText(text);
+    label.setAlignment(Qt::AlignLeft | Qt::AlignVCenter);
+    label.setIndent(0);
+    return picture(label, size);
+}
+
+// What a tool tip lets the player read.
+QString shownByToolTip(const QString &text)
+{
+    if (!Qt::mightBeRichText(text))
+        return text;
+    QTextDocument document;
+    document.setHtml(text);
+    return document.toPlainText();
+}
+} // namespace
+
+class TestElidedLabel : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void itKeepsTheWholeText();
+    void markupIsShownAsItStands_data();
+    void markupIsShownAsItStands();
+    void whereTheRoomEndsAnEllipsisStands();
+    void linesBecomeOne();
+    void aNewTextReplacesTheOldOne();
+    void noTextChangesTheHeight_data();
+    void noTextChangesTheHeight();
+    void noTextForcesTheWindowToGrow();
+    void aShortTextAsksForItsOwnWidth();
+    void theDescriptionForAssistiveToolsIsTheText();
+    void anEmptyTextHasNoToolTip();
+};
+
+void TestElidedLabel::itKeepsTheWholeText()
+{
+    ElidedLabel label;
+    QCOMPARE(label.text(), QString());
+    const QString text = u"two\nlines "_s + QString(10000, u'x');
+    label.setText(text);
+    QCOMPARE(label.text(), text);
+    QCOMPARE(label.property("text").toString(), text);
+}
+
+void TestElidedLabel::markupIsShownAsItStands_data()
+{
+    QTest::addColumn<QString>("text");
+
+    QTest::newRow("plain") << u"Logged in as ann..."_s;
+    QTest::newRow("tags") << u"<b>1.2.6</b>"_s;
+    QTest::newRow("a link") << u"<a href=\"https://wayfar.example\">here</a>"_s;
+    QTest::newRow("a page") << u"<!DOCTYPE html><html><body>502</body></html>"_s;
+    QTest::newRow("an entity") << u"1 &lt; 2"_s;
+    QTest::newRow("an ampersand") << u"Logged in as Tom & Jerry..."_s;
+    QTest::newRow("quotes") << u"He said \"1.2.6\" & 'x'"_s;
+}
+
+void TestElidedLabel::markupIsShownAsItStands()
+{
+    QFETCH(const QString, text);
+    const QSize room(700, 30);
+    QCOMPARE(pictureOf(text, room), plainPictureOf(text, room));
+    ElidedLabel label;
+    label.setText(text);
+    QCOMPARE(shownByToolTip(label.toolTip()), text);
+}
+
+void TestElidedLabel::whereTheRoomEndsAnEllipsisStands()
+{
+    const QString text = u"Failed to launch World of Warcraft Launcher. Please check settings..."_s;
+    const QSize room(120, 30);
+    const QString cut = QFontMetrics(QApplication::font("QFrame")).elidedText(text, Qt::ElideRight, room.width());
+    QVERIFY(cut.endsWith(u'…'));
+    QCOMPARE(pictureOf(text, room), plainPictureOf(cut, room));
+
+    ElidedLabel label;
+    label.setText(text);
+    QCOMPARE(shownByToolTip(label.toolTip()), text);
+}
+
+void TestElidedLabel::linesBecomeOne()
+{
+    const QSize room(400, 30);
+    QCOMPARE(pictureOf(u"  one\r\ntwo\n\n three\t"_s, room), pictureOf(u"one two three"_s, room));
+}
+
+void TestElidedLabel::aNewTextReplacesTheOldOne()
+{
+    ElidedLabel label;
+    label.setText(u"old"_s);
+    label.resize(200, 30);
+    label.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&label));
+    label.setText(u"new"_s);
+    QCOMPARE(label.grab().toImage(), pictureOf(u"new"_s, label.size()));
+    QCOMPARE(label.toolTip(), [] {
+        ElidedLabel fresh;
+        fresh.setText(u"new"_s);
+        return fresh.toolTip();
+    }());
+}
+
+void TestElidedLabel::noTextChangesTheHeight_data()
+{
+    QTest::addColumn<QString>("text");
+
+    QTest::newRow("none") << u""_s;
+    QTest::newRow("lines") << u"one\ntwo\nthree"_s;
+    QTest::newRow("tall markup") << u"<h1>one</h1><br><br>"_s;
+    QTest::newRow("a megabyte") << QString(1000000, u'x');
+}
+
+void TestElidedLabel::noTextChangesTheHeight()
+{
+    QFETCH(const QString, text);
+    ElidedLabel label;
+    label.setText(u"1.2.6"_s);
+    const int height = label.sizeHint().height();
+    label.setText(text);
+    QCOMPARE(label.sizeHint().height(), height);
+    QCOMPARE(label.minimumSizeHint().height(), height);
+    QCOMPARE(label.sizePolicy().verticalPolicy(), QSizePolicy::Fixed);
+}
+
+void TestElidedLabel::noTextForcesTheWindowToGrow()
+{
+    ElidedLabel label;
+    label.setText(u"1.2.6"_s);
+    const int least = label.minimumSizeHint().width();
+    label.setText(QString(1000000, u'x'));
+    QCOMPARE(label.minimumSizeHint().width(), least);
+    QVERIFY(label.sizeHint().width() <= label.fontMetrics().averageCharWidth() * 60);
+    QVERIFY(label.toolTip().size() < 1000);
+    QVERIFY(label.accessibleDescription().size() < 1000);
+}
+
+void TestElidedLabel::aShortTextAsksForItsOwnWidth()
+{
+    ElidedLabel label;
+    label.setText(u"1.2.6"_s);
+    const QSize wanted = label.sizeHint();
+    QVERIFY(wanted.width() >= label.fontMetrics().horizontalAdvance(u"1.2.6"_s));
+    QCOMPARE(pictureOf(u"1.2.6"_s, wanted), plainPictureOf(u"1.2.6"_s, wanted)); // not cut
+}
+
+void TestElidedLabel::theDescriptionForAssistiveToolsIsTheText()
+{
+    ElidedLabel label;
+    label.setAccessibleName(u"Status"_s);
+    label.setText(u"<b>Tom</b> & Jerry"_s);
+    QCOMPARE(label.accessibleName(), u"Status"_s);
+    QCOMPARE(label.accessibleDescription(), u"<b>Tom</b> & Jerry"_s);
+}
+
+void TestElidedLabel::anEmptyTextHasNoToolTip()
+{
+    ElidedLabel label;
+    label.setText(u"old"_s);
+    label.setText(u""_s);
+    QVERIFY(label.toolTip().isEmpty());
+}
+
+QTEST_MAIN(TestElidedLabel)
+#include "TestElidedLabel.moc"

@@ -233,12 +233,16 @@ void TestMainThread::aWaitInsideAnotherEndsNothing()
 {
     Window window;
     QVERIFY(QTest::qWaitForWindowExposed(&window));
+    bool called = false;
     {
         const MainThread::Wait outer;
+        QMetaObject::invokeMethod(
+            &window, [&] { called = true; }, Qt::QueuedConnection);
         {
             const MainThread::Wait inner;
         }
         QVERIFY(showsWaitCursor());
+        QVERIFY(!called); // nothing else runs in the middle of the work
     }
     QVERIFY(!QGuiApplication::overrideCursor());
 }

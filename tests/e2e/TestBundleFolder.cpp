@@ -16,7 +16,7 @@ QByteArray contentsOf(const QString &path)
 }
 } // namespace
 
-class TestBundle : public QObject
+class TestBundleFolder : public QObject
 {
     Q_OBJECT
 
@@ -26,7 +26,7 @@ private Q_SLOTS:
     void theMenuEntryStartsTheStarterWhateverTheFolderIsCalled();
 };
 
-void TestBundle::aBundleIsAFolderInTheAppDirForm()
+void TestBundleFolder::aBundleIsAFolderInTheAppDirForm()
 {
     const QDir bundle(QStringLiteral(BUNDLE));
     for (const QString &program :
@@ -39,7 +39,7 @@ void TestBundle::aBundleIsAFolderInTheAppDirForm()
     QVERIFY(desktop.contains("\nIcon=wayfar-installer\n"));
 }
 
-void TestBundle::theMenuEntryStartsTheStarterWhateverTheFolderIsCalled_data()
+void TestBundleFolder::theMenuEntryStartsTheStarterWhateverTheFolderIsCalled_data()
 {
     QTest::addColumn<QString>("name");
     QTest::newRow("plain") << u"games"_s;
@@ -54,7 +54,7 @@ void TestBundle::theMenuEntryStartsTheStarterWhateverTheFolderIsCalled_data()
     QTest::newRow("beyond ASCII") << u"Spiele für Rowan"_s;
 }
 
-void TestBundle::theMenuEntryStartsTheStarterWhateverTheFolderIsCalled()
+void TestBundleFolder::theMenuEntryStartsTheStarterWhateverTheFolderIsCalled()
 {
     QFETCH(QString, name);
     const QTemporaryDir world;
@@ -85,6 +85,6 @@ void TestBundle::theMenuEntryStartsTheStarterWhateverTheFolderIsCalled()
     QTRY_COMPARE_WITH_TIMEOUT(contentsOf(world.filePath(u"mark"_s)), QByteArray("started\n"), 10000);
 }
 
-QTEST_GUILESS_MAIN(TestBundle)
+QTEST_GUILESS_MAIN(TestBundleFolder)
 
-#include "TestBundle.moc"
+#include "TestBundleFolder.moc"

@@ -42,13 +42,13 @@ void MainWindow::bind()
     follow(&AppDelegate::updateNotStartedChanged, [this] { enableMainButton(m_delegate.updateNotStarted()); });
 }
 
-// A disabled button hands the keyboard on to whatever comes next. It gets it back.
+// A disabled button hands the keyboard on to whatever comes next. It gets it back, also in a window in the background.
 void MainWindow::enableMainButton(bool enabled)
 {
-    if (!enabled && m_ui->mainButton->hasFocus())
+    if (!enabled && focusWidget() == m_ui->mainButton)
         m_ui->centralWidget->setFocus();
     m_ui->mainButton->setEnabled(enabled);
-    if (enabled && m_ui->centralWidget->hasFocus())
+    if (enabled && focusWidget() == m_ui->centralWidget)
         m_ui->mainButton->setFocus();
 }
 

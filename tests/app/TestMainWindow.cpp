@@ -1,0 +1,370 @@
+#include "support/PageScript.h"
+#include "support/Program.h"
+
+#include "controls/CursorButtons.h"
+#include "controls/ElidedLabel.h"
+#include "controls/ImageView.h"
+#include "pack/WayfarUpdateInstaller.h"
+#include "platform/Bundle.h"
+#include "settings/PreferenceKeys.h"
+
+#include <QAccessible>
+#include <QAction>
+#include <QApplication>
+#include <QLabel>
+#include <QMenu>
+#include <QMenuBar>
+#include <QProgressBar>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+const QString launchFailed = u"Failed to launch World of Warcraft Launcher. Please check settings..."_s;
+
+QString accessibleName(QWidget &widget)
+{
+    const QAccessibleInterface *interface = QAccessible::queryAccessibleInterface(&widget);
+    return interface ? interface->text(QAccessible::Name) : QString();
+}
+
+// The nearest ancestor with a name: a web view's keyboard belongs to a child of its own making.
+QString nameOf(const QWidget *widget)
+{
+    while (widget && widget->objectName().isEmpty())
+        widget = widget->parentWidget();
+    return widget ? widget->objectName() : QString();
+}
+} // namespace
+
+class TestMainWindow : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+    void cleanup();
+
+    void playOpensTheLauncherAndEnds_data();
+    void playOpensTheLauncherAndEnds();
+    void everyOtherTitleDownloads_data();
+    void everyOtherTitleDownloads();
+    void aPressStartsTheDownloadAfresh();
+    void theKeyboardPressesTheMainButton_data();
+    void theKeyboardPressesTheMainButton();
+    void bothBannersOpenTheVendorsPage_data();
+    void bothBannersOpenTheVendorsPage();
+    void theBannerButtonsAreTransparentWithAHand_data();
+    void theBannerButtonsAreTransparentWithAHand();
+    void theBannersShowTheBuiltInPicturesAtFirst();
+    void onlyTheMainWindowsEndEndsTheProgram();
+    void closingTheMainWindowTwiceIsHarmless();
+    void theMenuQuitsByClosingTheWindow();
+    void addressesWithAHostOpenInTheBrowser_data();
+    void addressesWithAHostOpenInTheBrowser();
+    void theMenuHoldsWhatTheWindowsButtonsDo();
+    void everyControlHasAName();
+    void aVisibleLabelIsTheName();
+    void shownTextsAreDescriptions();
+    void theKeyboardGoesThroughTheWindowInOrder();
+
+private:
+    AppDelegate &delegate() { return m_program->delegate; }
+    QAbstractButton &mainButton() { return *m_program->control("mainButton"); }
+
+    std::unique_ptr<TestWorld> m_world;
+    std::unique_ptr<Program> m_program;
+};
+
+void TestMainWindow::init()
+{
+    m_world = std::make_unique<TestWorld>();
+    m_program = std::make_unique<Program>(*m_world);
+    QVERIFY(m_program->start());
+    QVERIFY(QTest::qWaitForWindowActive(delegate().window()));
+}
+
+void TestMainWindow::cleanup()
+{
+    m_program.reset();
+    m_world.reset();
+}
+
+void TestMainWindow::playOpensTheLauncherAndEnds_data()
+{
+    QTest::addColumn<std::optional<QString>>("launchPath");
+    QTest::addColumn<bool>("opens");
+    QTest::addColumn<QStringList>("opened");
+    QTest::addColumn<bool>("ends");
+    using Path = std::optional<QString>;
+    QTest::newRow("no launcher stored") << Path() << true << QStringList() << false;
+    QTest::newRow("an empty one") << Path(u""_s) << true << QStringList() << false;
+    QTest::newRow("one that can't be opened") << Path(u"/gone"_s) << false << QStringList(u"/gone"_s) << false;
+    QTest::newRow("one that opens") << Path(u"/games/launcher"_s) << true << QStringList(u"/games/launcher"_s) << true;
+}
+
+void TestMainWindow::playOpensTheLauncherAndEnds()
+{
+    QFETCH(const std::optional<QString>, launchPath);
+    QFETCH(const bool, opens);
+    QFETCH(const QStringList, opened);
+    QFETCH(const bool, ends);
+    if (launchPath)
+        m_world->defaults().setObject(PreferenceKeys::launchPath, *launchPath);
+    m_program->workspace.opens = opens;
+    delegate().setButtonText(u"Play"_s);
+    const auto statusBefore = delegate().statusStr();
+    QTest::mouseClick(&mainButton(), Qt::LeftButton);
+    QCOMPARE(m_program->workspace.files, opened);
+    QCOMPARE(m_program->terminations, ends ? 1 : 0);
+    QCOMPARE(delegate().statusStr(), ends ? statusBefore : launchFailed);
+    QVERIFY(m_world->vendor().requests("/api/dlGuide").isEmpty());
+    QVERIFY(delegate().window()->isVisible());
+}
+
+void TestMainWindow::everyOtherTitleDownloads_data()
+{
+    QTest::addColumn<QString>("title");
+    QTest::newRow("Update") << u"Update"_s;
+    QTest::newRow("none") << QString();
+    QTest::newRow("another letter case") << u"play"_s;
+    QTest::newRow("longer") << u"Play "_s;
+}
+
+void TestMainWindow::everyOtherTitleDownloads()
+{
+    QFETCH(const QString, title);
+    m_world->defaults().setObject(PreferenceKeys::launchPath, u"/games/launcher"_s);
+    delegate().setButtonText(title);
+    QTest::mouseClick(&mainButton(), Qt::LeftButton);
+    QCOMPARE(delegate().statusStr(), u"Downloading..."_s);
+    QTRY_COMPARE(delegate().updateNotStarted(), true);
+    QCOMPARE(m_world->vendor().requests("/api/dlGuide").size(), 1);
+    QVERIFY(m_program->workspace.files.isEmpty());
+}
+
+void TestMainWindow::aPressStartsTheDownloadAfresh()
+{
+    QVERIFY(!delegate().updateInstaller());
+    delegate().setUpdateProgressbar(100);
+    std::optional<QString> statusWhenStarted;
+    double progressWhenStarted = -1;
+    connect(&delegate(), &AppDelegate::updateNotStartedChanged, this, [&] {
+        if (!delegate().updateNotStarted()) {
+            statusWhenStarted = delegate().statusStr();
+            progressWhenStarted = delegate().updateProgressbar();
+        }
+    });
+    const auto statusBefore = delegate().statusStr();
+    delegate().update(u"Update"_s);
+    const WayfarUpdateInstaller *first = delegate().updateInstaller();
+    QVERIFY(first);
+    QCOMPARE(first->delegate(), &delegate());
+    QCOMPARE(statusWhenStarted, statusBefore);
+    QCOMPARE(progressWhenStarted, 0.0);
+    QVERIFY(!delegate().updateNotStarted());
+    QVERIFY(!mainButton().isEnabled());
+    QCOMPARE(delegate().statusStr(), u"Downloading..."_s);
+    QTRY_VERIFY(delegate().updateNotStarted());
+    QCOMPARE(delegate().updateInstaller(), first); // kept until the next press
+}
+
+void TestMainWindow::theKeyboardPressesTheMainButton_data()
+{
+    QTest::addColumn<Qt::Key>("key");
+    QTest::newRow("space") << Qt::Key_Space;
+    QTest::newRow("return") << Qt::Key_Return;
+    QTest::newRow("enter") << Qt::Key_Enter;
+}
+
+void TestMainWindow::theKeyboardPressesTheMainButton()
+{
+    QFETCH(const Qt::Key, key);
+    delegate().setButtonText(u"Play"_s);
+    QVERIFY(mainButton().hasFocus());
+    QTest::keyClick(delegate().window()->windowHandle(), key);
+    QCOMPARE(delegate().statusStr(), launchFailed);
+}
+
+void TestMainWindow::bothBannersOpenTheVendorsPage_data()
+{
+    QTest::addColumn<QByteArray>("button");
+    QTest::addColumn<bool>("opens"); // the result is nobody's
+    QTest::newRow("large") << QByteArray("button1") << true;
+    QTest::newRow("small") << QByteArray("button2") << true;
+    QTest::newRow("large, without a browser") << QByteArray("button1") << false;
+    QTest::newRow("small, without a browser") << QByteArray("button2") << false;
+}
+
+void TestMainWindow::bothBannersOpenTheVendorsPage()
+{
+    QFETCH(const QByteArray, button);
+    QFETCH(const bool, opens);
+    m_program->workspace.opens = opens;
+    QAbstractButton *banner = m_program->control(button.constData());
+    const auto statusBefore = delegate().statusStr();
+    QTest::mouseClick(banner, Qt::LeftButton);
+    banner->setFocus();
+    QTest::keyClick(delegate().window()->windowHandle(), Qt::Key_Space);
+    const QUrl page(u"https://www.wayfar.example/installer/redirect.php"_s);
+    QCOMPARE(m_program->workspace.urls, (QList<QUrl>{page, page}));
+    QCOMPARE(delegate().statusStr(), statusBefore);
+}
+
+void TestMainWindow::theBannerButtonsAreTransparentWithAHand_data()
+{
+    QTest::addColumn<QByteArray>("button");
+    QTest::addColumn<QByteArray>("image");
+    QTest::newRow("large") << QByteArray("button1") << QByteArray("largeImage");
+    QTest::newRow("small") << QByteArray("button2") << QByteArray("smallImage");
+}
+
+void TestMainWindow::theBannerButtonsAreTransparentWithAHand()
+{
+    QFETCH(const QByteArray, button);
+    QFETCH(const QByteArray, image);
+    auto *over = m_program->control<CursorButtons>(button.constData());
+    auto *picture = m_program->control<ImageView>(image.constData());
+    QCOMPARE(over->QWidget::cursor().shape(), Qt::PointingHandCursor);
+    QCOMPARE(QRect(over->mapTo(picture, QPoint()), over->size()), picture->rect());
+    const QImage with = picture->grab().toImage();
+    over->hide();
+    QCOMPARE(with, picture->grab().toImage());
+}
+
+void TestMainWindow::theBannersShowTheBuiltInPicturesAtFirst()
+{
+    const MainWindow window(delegate());
+    QVERIFY(!Bundle::imageNamed(u"large"_s).isNull());
+    QVERIFY(!Bundle::imageNamed(u"small"_s).isNull());
+    QCOMPARE(window.largeImage()->image(), Bundle::imageNamed(u"large"_s));
+    QCOMPARE(window.smallImage()->image(), Bundle::imageNamed(u"small"_s));
+}
+
+void TestMainWindow::onlyTheMainWindowsEndEndsTheProgram()
+{
+    QWidget other;
+    delegate().windowWillClose(&other);
+    delegate().windowWillClose(nullptr);
+    QCOMPARE(m_program->terminations, 0);
+    delegate().windowWillClose(delegate().window());
+    QCOMPARE(m_program->terminations, 1);
+}
+
+void TestMainWindow::closingTheMainWindowTwiceIsHarmless()
+{
+    QVERIFY(delegate().window()->close());
+    QVERIFY(m_program->terminations > 0);
+    delegate().window()->show();
+    QVERIFY(delegate().window()->close());
+    delegate().setStatusStr(u"still here"_s);
+    QCOMPARE(m_program->control<ElidedLabel>("statusLabel")->text(), u"still here"_s);
+}
+
+void TestMainWindow::theMenuQuitsByClosingTheWindow()
+{
+    QTest::keyClick(delegate().window()->windowHandle(), Qt::Key_Q, Qt::ControlModifier);
+    QVERIFY(!delegate().window()->isVisible());
+    QVERIFY(m_program->terminations > 0);
+}
+
+void TestMainWindow::addressesWithAHostOpenInTheBrowser_data()
+{
+    QTest::addColumn<QString>("address");
+    QTest::addColumn<bool>("inThePane");
+    QTest::newRow("https") << u"https://wayfar.example/page?a=b#c"_s << false;
+    QTest::newRow("http") << u"http://other.example"_s << false;
+    QTest::newRow("an IP number") << u"https://[::1]/"_s << false;
+    QTest::newRow("a file of another host") << u"file://server/share/page.html"_s << false;
+    QTest::newRow("a file") << u"file:///tmp/page.html"_s << true;
+    QTest::newRow("a mail address") << u"mailto:ann@wayfar.example"_s << true;
+    QTest::newRow("an empty page") << u"about:blank"_s << true;
+}
+
+void TestMainWindow::addressesWithAHostOpenInTheBrowser()
+{
+    QFETCH(const QString, address);
+    QFETCH(const bool, inThePane);
+    QCOMPARE(delegate().decidePolicyForNavigationAction(QUrl(address)), inThePane);
+    QCOMPARE(m_program->workspace.urls, inThePane ? QList<QUrl>() : QList<QUrl>{QUrl(address)});
+}
+
+void TestMainWindow::theMenuHoldsWhatTheWindowsButtonsDo()
+{
+    QStringList entries;
+    for (const QAction *menu : m_program->control<QMenuBar>("menuBar")->actions()) {
+        for (const QAction *entry : menu->menu()->actions())
+            entries.append(entry->text().remove(u'&').remove(u'…'));
+    }
+    for (const char *name : {"settingsButton", "changeLogButton"})
+        QVERIFY2(entries.contains(m_program->control(name)->text()), name);
+    QVERIFY(entries.contains(u"Quit"_s));
+}
+
+void TestMainWindow::everyControlHasAName()
+{
+    delegate().setButtonText(u"Update"_s);
+    int controls = 0;
+    for (QWidget *widget : delegate().window()->findChildren<QWidget *>()) {
+        const bool isControl = qobject_cast<QAbstractButton *>(widget) || qobject_cast<QProgressBar *>(widget)
+            || qobject_cast<ElidedLabel *>(widget) || qobject_cast<Pane *>(widget) || qobject_cast<QLabel *>(widget);
+        if (!isControl || !widget->isVisible())
+            continue;
+        ++controls;
+        const QString name = accessibleName(*widget);
+        QVERIFY2(!name.isEmpty() && !name.contains(u'&'), qPrintable(nameOf(widget)));
+        QVERIFY2(!qobject_cast<QAbstractButton *>(widget) || qobject_cast<QPushButton *>(widget),
+                 qPrintable(nameOf(widget)));
+    }
+    QVERIFY(controls >= 14);
+}
+
+void TestMainWindow::aVisibleLabelIsTheName()
+{
+    delegate().setButtonText(u"Play"_s);
+    for (QPushButton *button : delegate().window()->findChildren<QPushButton *>()) {
+        if (!button->text().isEmpty())
+            QCOMPARE(accessibleName(*button), button->text());
+    }
+    const QList<std::pair<const char *, const char *>> captions = {{"htmlView", "accountHeading"},
+                                                                   {"rssView", "newsHeading"},
+                                                                   {"currentVersionLabel", "currentVersionCaption"},
+                                                                   {"updateVersionLabel", "updateVersionCaption"}};
+    for (const auto &[control, caption] : captions) {
+        const QString name = accessibleName(*m_program->control<QWidget>(control));
+        QVERIFY2(name.contains(m_program->control<QLabel>(caption)->text()), control);
+    }
+}
+
+void TestMainWindow::shownTextsAreDescriptions()
+{
+    delegate().setCurrentVersion(u"1.2.5"_s);
+    delegate().setStatusStr(u"Downloading..."_s);
+    const auto description = [this](const char *name) {
+        return QAccessible::queryAccessibleInterface(m_program->control<QWidget>(name))->text(QAccessible::Description);
+    };
+    QCOMPARE(description("currentVersionLabel"), u"1.2.5"_s);
+    QCOMPARE(description("statusLabel"), u"Downloading..."_s);
+}
+
+void TestMainWindow::theKeyboardGoesThroughTheWindowInOrder()
+{
+    const QStringList order = {u"mainButton"_s, u"htmlView"_s, u"rssView"_s, u"button1"_s, u"button2"_s};
+    QVERIFY(waitUntil([this] { return textOf(*delegate().htmlView()).contains(u"Welcome"); }));
+    QVERIFY(mainButton().hasFocus());
+    QStringList visited = {u"mainButton"_s};
+    for (int i = 0; i < 12; ++i) {
+        const QWidget *before = QApplication::focusWidget();
+        QTest::keyClick(delegate().window()->windowHandle(), Qt::Key_Tab);
+        QVERIFY(waitUntil([before] { return QApplication::focusWidget() != before; }));
+        const QString name = nameOf(QApplication::focusWidget());
+        if (name == u"mainButton")
+            break;
+        if (order.contains(name))
+            visited.append(name);
+    }
+    QCOMPARE(visited, order);
+}
+
+QTEST_MAIN(TestMainWindow)
+#include "TestMainWindow.moc"

@@ -1,0 +1,271 @@
+#include "support/Program.h"
+
+#include "controls/ElidedLabel.h"
+
+#include <QApplication>
+#include <QLayout>
+#include <QLineEdit>
+#include <QProgressBar>
+#include <QTextDocumentFragment>
+
+#include <thread>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+// What a tool tip reads on the screen: Qt takes for markup what looks like it.
+QString shownToolTip(const QWidget &widget)
+{
+    const QString text = widget.toolTip();
+    return Qt::mightBeRichText(text) ? QTextDocumentFragment::fromHtml(text).toPlainText() : text;
+}
+} // namespace
+
+class TestMainWindowBindings : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void cleanupTestCase();
+    void init();
+
+    void everyTextFollowsItsProperty_data();
+    void everyTextFollowsItsProperty();
+    void aTextSetInAnotherThreadArrives();
+    void aLateAnnouncementNeverBringsBackAnOlderValue();
+    void theBarShowsWhatItCanAndThePropertyKeepsTheNumber_data();
+    void theBarShowsWhatItCanAndThePropertyKeepsTheNumber();
+    void aBusyBarBecomesAPlainOneAgain();
+    void theMainButtonIsDisabledWhileADownloadRuns();
+    void theMainButtonGetsTheKeyboardBack();
+    void theMainButtonGetsTheKeyboardBackInABackgroundWindow();
+    void theKeyboardStaysWhereThePlayerMovedIt();
+    void textsFromOutsideAreNoMarkup_data();
+    void textsFromOutsideAreNoMarkup();
+    void aGiantTextMovesNothing_data();
+    void aGiantTextMovesNothing();
+
+private:
+    AppDelegate &delegate() { return m_program->delegate; }
+    ElidedLabel &label(const char *name) { return *m_program->control<ElidedLabel>(name); }
+    QAbstractButton &mainButton() { return *m_program->control("mainButton"); }
+
+    std::unique_ptr<TestWorld> m_world;
+    std::unique_ptr<Program> m_program;
+};
+
+void TestMainWindowBindings::initTestCase()
+{
+    m_world = std::make_unique<TestWorld>();
+    m_program = std::make_unique<Program>(*m_world);
+    QVERIFY(m_program->start());
+    QVERIFY(QTest::qWaitForWindowActive(delegate().window()));
+}
+
+void TestMainWindowBindings::cleanupTestCase()
+{
+    m_program.reset();
+    m_world.reset();
+}
+
+void TestMainWindowBindings::init()
+{
+    delegate().setUpdateNotStarted(true);
+    delegate().setButtonText(u"Update"_s);
+    delegate().setCurrentVersion(u"1.2.5"_s);
+    delegate().setUpdateVersion(u"1.2.6"_s);
+    delegate().setStatusStr(u"Ready"_s);
+    delegate().setUpdateProgressbar(0);
+    mainButton().setFocus();
+    QVERIFY(mainButton().hasFocus());
+}
+
+void TestMainWindowBindings::everyTextFollowsItsProperty_data()
+{
+    QTest::addColumn<QByteArray>("control");
+    QTest::addColumn<void (AppDelegate::*)(const std::optional<QString> &)>("set");
+    QTest::addColumn<QString>("withoutValue");
+    QTest::newRow("installed") << QByteArray("currentVersionLabel") << &AppDelegate::setCurrentVersion << QString();
+    QTest::newRow("published") << QByteArray("updateVersionLabel") << &AppDelegate::setUpdateVersion
+                               << u"not available"_s;
+    QTest::newRow("button") << QByteArray("mainButton") << &AppDelegate::setButtonText << QString();
+    QTest::newRow("status") << QByteArray("statusLabel") << &AppDelegate::setStatusStr << QString();
+}
+
+void TestMainWindowBindings::everyTextFollowsItsProperty()
+{
+    QFETCH(const QByteArray, control);
+    using Setter = void (AppDelegate::*)(const std::optional<QString> &);
+    QFETCH(const Setter, set);
+    QFETCH(const QString, withoutValue);
+    const QWidget *shown = m_program->control<QWidget>(control.constData());
+    (delegate().*set)(u"first"_s);
+    QCOMPARE(shown->property("text").toString(), u"first"_s);
+    (delegate().*set)(u"second"_s);
+    QCOMPARE(shown->property("text").toString(), u"second"_s);
+    (delegate().*set)(std::nullopt);
+    QCOMPARE(shown->property("text").toString(), withoutValue);
+}
+
+void TestMainWindowBindings::aTextSetInAnotherThreadArrives()
+{
+    std::jthread worker([this] {
+        delegate().setStatusStr(u"from a worker"_s);
+        delegate().setUpdateProgressbar(37);
+        delegate().setButtonText(u"Play"_s);
+    });
+    worker.join();
+    QCOMPARE(label("statusLabel").text(), u"Ready"_s); // the window is the main thread's alone
+    QTRY_COMPARE(label("statusLabel").text(), u"from a worker"_s);
+    QTRY_COMPARE(m_program->control<QProgressBar>("progressIndicator")->value(), 37);
+    QTRY_COMPARE(mainButton().text(), u"Play"_s);
+}
+
+void TestMainWindowBindings::aLateAnnouncementNeverBringsBackAnOlderValue()
+{
+    std::jthread([this] { delegate().setStatusStr(u"older"_s); }).join(); // its announcement is under way
+    delegate().setStatusStr(u"newer"_s);
+    QCOMPARE(label("statusLabel").text(), u"newer"_s);
+    QCoreApplication::processEvents();
+    QCOMPARE(label("statusLabel").text(), u"newer"_s);
+}
+
+void TestMainWindowBindings::theBarShowsWhatItCanAndThePropertyKeepsTheNumber_data()
+{
+    QTest::addColumn<double>("percentage");
+    QTest::addColumn<int>("maximum"); // 0: busy
+    QTest::addColumn<int>("value");
+    QTest::newRow("nothing") << 0.0 << 100 << 0;
+    QTest::newRow("one step") << 1.0 << 100 << 1;
+    QTest::newRow("a part of a step") << 41.9 << 100 << 41;
+    QTest::newRow("full") << 100.0 << 100 << 100;
+    QTest::newRow("above full") << 250.0 << 100 << 100;
+    QTest::newRow("an unknown length") << -1638400.0 << 0 << -1;
+}
+
+void TestMainWindowBindings::theBarShowsWhatItCanAndThePropertyKeepsTheNumber()
+{
+    QFETCH(const double, percentage);
+    QFETCH(const int, maximum);
+    QFETCH(const int, value);
+    delegate().setUpdateProgressbar(50);
+    delegate().setUpdateProgressbar(percentage);
+    const auto *bar = m_program->control<QProgressBar>("progressIndicator");
+    QCOMPARE(bar->minimum(), 0);
+    QCOMPARE(bar->maximum(), maximum);
+    if (maximum > 0)
+        QCOMPARE(bar->value(), value);
+    QCOMPARE(delegate().updateProgressbar(), percentage);
+}
+
+void TestMainWindowBindings::aBusyBarBecomesAPlainOneAgain()
+{
+    delegate().setUpdateProgressbar(-100);
+    delegate().setUpdateProgressbar(12);
+    const auto *bar = m_program->control<QProgressBar>("progressIndicator");
+    QCOMPARE(bar->maximum(), 100);
+    QCOMPARE(bar->value(), 12);
+}
+
+void TestMainWindowBindings::theMainButtonIsDisabledWhileADownloadRuns()
+{
+    delegate().setUpdateNotStarted(false);
+    QVERIFY(!mainButton().isEnabled());
+    delegate().setUpdateNotStarted(true);
+    QVERIFY(mainButton().isEnabled());
+}
+
+void TestMainWindowBindings::theMainButtonGetsTheKeyboardBack()
+{
+    delegate().setUpdateNotStarted(false);
+    QVERIFY(!m_program->control("button1")->hasFocus());
+    delegate().setUpdateNotStarted(true);
+    QVERIFY(mainButton().hasFocus());
+}
+
+void TestMainWindowBindings::theMainButtonGetsTheKeyboardBackInABackgroundWindow()
+{
+    delegate().setUpdateNotStarted(false);
+    QLineEdit other;
+    other.show();
+    other.activateWindow();
+    QVERIFY(QTest::qWaitForWindowActive(&other));
+    delegate().setUpdateNotStarted(true);
+    QVERIFY(other.isActiveWindow());
+    delegate().window()->activateWindow();
+    QVERIFY(QTest::qWaitForWindowActive(delegate().window()));
+    QTRY_VERIFY(mainButton().hasFocus());
+}
+
+void TestMainWindowBindings::theKeyboardStaysWhereThePlayerMovedIt()
+{
+    delegate().setUpdateNotStarted(false);
+    m_program->control("button1")->setFocus();
+    delegate().setUpdateNotStarted(true);
+    QVERIFY(m_program->control("button1")->hasFocus());
+}
+
+void TestMainWindowBindings::textsFromOutsideAreNoMarkup_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::newRow("tags") << u"<b>1.2.6</b>"_s;
+    QTest::newRow("a picture") << u"<img src=\"https://tracker.example/x.png\">"_s;
+    QTest::newRow("an ampersand") << u"Tom & Jerry"_s;
+    QTest::newRow("an entity") << u"1.2.6&nbsp;&lt;b&gt;"_s;
+    QTest::newRow("quotes") << u"the \"new\" one's"_s;
+    QTest::newRow("a page") << u"<!DOCTYPE html><title>500</title>"_s;
+}
+
+void TestMainWindowBindings::textsFromOutsideAreNoMarkup()
+{
+    QFETCH(const QString, text);
+    delegate().setUpdateVersion(text);
+    delegate().setStatusStr(text);
+    for (const char *name : {"updateVersionLabel", "statusLabel"}) {
+        const ElidedLabel &shown = label(name);
+        QCOMPARE(shown.text(), text);
+        QCOMPARE(shownToolTip(shown), text);
+        const int room = shown.fontMetrics().averageCharWidth() * 60; // where the label's own limit lies
+        QVERIFY(shown.sizeHint().width() >= std::min(room, shown.fontMetrics().horizontalAdvance(text)));
+    }
+}
+
+void TestMainWindowBindings::aGiantTextMovesNothing_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::newRow("one long word") << QString(1000000, u'W');
+    QTest::newRow("many lines") << u"line\n"_s.repeated(1000);
+    QTest::newRow("an error page") << u"<html><body><h1>Internal Server Error</h1><p>Sorry.</p></body></html>\r\n"_s;
+}
+
+void TestMainWindowBindings::aGiantTextMovesNothing()
+{
+    QFETCH(const QString, text);
+    QLayout &layout = *m_program->control<QWidget>("centralWidget")->layout();
+    layout.activate();
+    const auto places = [this] {
+        QMap<QString, QRect> found;
+        for (const QWidget *widget : delegate().window()->findChildren<QWidget *>()) {
+            if (widget->objectName().isEmpty() || widget->objectName().startsWith(u"qt_"))
+                continue;
+            found[widget->objectName()] = QRect(widget->mapTo(delegate().window(), QPoint()), widget->size());
+        }
+        found.remove(u"updateVersionLabel"_s); // it may take the free room behind it
+        return found;
+    };
+    const QMap<QString, QRect> before = places();
+    const QSize size = delegate().window()->size();
+    const QSize minimum = delegate().window()->minimumSizeHint();
+    delegate().setUpdateVersion(text);
+    delegate().setStatusStr(text);
+    layout.activate();
+    QCOMPARE(delegate().window()->size(), size);
+    QCOMPARE(delegate().window()->minimumSizeHint(), minimum);
+    for (const auto &[name, place] : places().toStdMap())
+        QVERIFY2(place == before[name], qPrintable(name));
+}
+
+QTEST_MAIN(TestMainWindowBindings)
+#include "TestMainWindowBindings.moc"

@@ -1,0 +1,389 @@
+#include "support/PageScript.h"
+#include "support/Program.h"
+
+#include "controls/ElidedLabel.h"
+#include "settings/PreferenceKeys.h"
+
+#include <QApplication>
+#include <QProgressBar>
+#include <QScreen>
+#include <QSignalSpy>
+#include <QTimer>
+
+#include <atomic>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+// Calls the action at each event of that type of a top-level window of that class.
+class WindowWatch : public QObject
+{
+public:
+    WindowWatch(const char *className, QEvent::Type type, const std::function<void()> &action)
+        : m_className(className), m_type(type), m_action(action)
+    {
+        qApp->installEventFilter(this);
+    }
+
+    bool eventFilter(QObject *watched, QEvent *event) override
+    {
+        if (event->type() == m_type && watched->isWidgetType() && watched->inherits(m_className))
+            m_action();
+        return QObject::eventFilter(watched, event);
+    }
+
+private:
+    const char *const m_className;
+    const QEvent::Type m_type;
+    const std::function<void()> m_action;
+};
+
+VendorAnswer answerWith(const QByteArray &body)
+{
+    VendorAnswer answer;
+    answer.body = body;
+    return answer;
+}
+
+VendorAnswer silence()
+{
+    VendorAnswer answer = answerWith("page");
+    answer.stallAfter = -1;
+    return answer;
+}
+
+VendorAnswer brokenOff()
+{
+    VendorAnswer answer;
+    answer.resetAfter = -1;
+    return answer;
+}
+
+// Of the requests, those that this test knows.
+QList<QByteArray> knownPaths(const VendorServer &vendor)
+{
+    QList<QByteArray> paths;
+    for (const VendorRequest &request : vendor.requests()) {
+        if (request.path == "/api/dlCheckUser" || request.path == "/api/wayfarVersion")
+            paths.append(request.path);
+    }
+    return paths;
+}
+
+const QList<QByteArray> loginThenVersion = {"/api/dlCheckUser", "/api/wayfarVersion"};
+
+void storeAccount(TestWorld &world, const QString &password = u"secret"_s)
+{
+    world.vendor().addAccount(u"rowan"_s, u"secret"_s, "<p>Rowan's page</p>");
+    world.defaults().setObject(PreferenceKeys::userName, u"rowan"_s);
+    world.defaults().setObject(PreferenceKeys::password, password);
+}
+
+// Nearly: the desktop adds its frame when the window is shown.
+bool isCentred(const QWidget &window)
+{
+    const QPoint off = window.geometry().center() - window.screen()->availableGeometry().center();
+    return std::abs(off.x()) <= 4 && std::abs(off.y()) <= 4;
+}
+} // namespace
+
+class TestStartUp : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+    void cleanup();
+
+    void theSplashIsOnTheScreenBeforeTheWorkerStarts();
+    void theSplashIsAFramelessPictureInTheMiddle();
+    void theLoginComesBeforeThePublishedVersion();
+    void theMainThreadStaysFreeWhileTheVendorIsSilent();
+    void theMainWindowReplacesTheSplashWhenAllIsFetched();
+    void theStatusIsSetOnlyAfterTheMainWindowIsUp();
+    void theStatusTellsOfTheLogin_data();
+    void theStatusTellsOfTheLogin();
+    void aMissingAccountPageLeavesItsPaneEmpty();
+    void aPageOfAnEarlierRunIsNeverShown_data();
+    void aPageOfAnEarlierRunIsNeverShown();
+    void withoutASupportFolderBothPanesStayEmpty();
+    void aVendorThatBreaksOffLeavesAUsableWindow();
+    void closingTheSplashEarlyDoesNotEndTheProgram();
+    void theWindowSwitchCanBeMadeOnTheMainThread();
+    void theWholeFetchCanRunOnTheMainThread();
+
+private:
+    void launch() { m_program->delegate.applicationDidFinishLaunching(); }
+    bool waitForTheEnd()
+    {
+        return QTest::qWaitFor([this] { return !m_program->delegate.isStarting(); }, 20000);
+    }
+    AppDelegate &delegate() { return m_program->delegate; }
+
+    std::unique_ptr<TestWorld> m_world;
+    std::unique_ptr<Program> m_program;
+};
+
+void TestStartUp::init()
+{
+    m_world = std::make_unique<TestWorld>();
+    UrlLoaderSettings network = m_world->network();
+    network.idleSeconds = 5; // a main thread that waits for a silent vendor then fails the test instead of hanging
+    m_world->useVendor(network);
+    m_program = std::make_unique<Program>(*m_world);
+}
+
+void TestStartUp::cleanup()
+{
+    m_world->vendor().clearAnswers();
+    m_world->vendor().step();
+    waitForTheEnd();
+    m_program.reset();
+    m_world.reset();
+}
+
+void TestStartUp::theSplashIsOnTheScreenBeforeTheWorkerStarts()
+{
+    int paintings = 0;
+    bool workerStarted = false;
+    const WindowWatch watch("SplashScreenView", QEvent::Paint, [&] {
+        ++paintings;
+        workerStarted = workerStarted || delegate().isStarting();
+    });
+    launch();
+    QVERIFY(paintings > 0);
+    QVERIFY(!workerStarted);
+    QVERIFY(delegate().isStarting());
+    QVERIFY(delegate().splashWindow()->isVisible());
+    QVERIFY(!delegate().window()->isVisible());
+}
+
+void TestStartUp::theSplashIsAFramelessPictureInTheMiddle()
+{
+    launch();
+    const SplashScreen &splash = *delegate().splashWindow();
+    QVERIFY(splash.windowFlags().testFlag(Qt::FramelessWindowHint));
+    QVERIFY(isCentred(splash));
+    QVERIFY(!splash.size().isEmpty());
+}
+
+void TestStartUp::theLoginComesBeforeThePublishedVersion()
+{
+    storeAccount(*m_world);
+    QVERIFY(m_program->start());
+    QCOMPARE(knownPaths(m_world->vendor()), loginThenVersion);
+}
+
+void TestStartUp::theMainThreadStaysFreeWhileTheVendorIsSilent()
+{
+    storeAccount(*m_world);
+    m_world->vendor().queueAnswer("/api/dlCheckUser", silence());
+    launch();
+    QVERIFY(m_world->vendor().waitForRequests("/api/dlCheckUser", 1));
+    bool fired = false;
+    QTimer::singleShot(0, this, [&fired] { fired = true; });
+    QTRY_VERIFY(fired);
+    QVERIFY(delegate().isStarting());
+    QVERIFY(delegate().splashWindow()->isVisible());
+    QVERIFY(!delegate().window()->isVisible());
+    QVERIFY(!QApplication::overrideCursor());
+    m_world->vendor().step();
+    QVERIFY(waitForTheEnd());
+    QVERIFY(delegate().window()->isVisible());
+}
+
+void TestStartUp::theMainWindowReplacesTheSplashWhenAllIsFetched()
+{
+    storeAccount(*m_world);
+    m_world->installPack("1.2.6");
+    bool splashGone = false;
+    QList<QByteArray> asked;
+    std::optional<QString> buttonText;
+    const WindowWatch watch("MainWindow", QEvent::Show, [&] {
+        splashGone = !delegate().splashWindow();
+        asked = knownPaths(m_world->vendor());
+        buttonText = delegate().buttonText();
+    });
+    QVERIFY(m_program->start());
+    QVERIFY(splashGone);
+    QCOMPARE(asked, loginThenVersion);
+    QCOMPARE(buttonText, u"Play"_s);
+    QVERIFY(isCentred(*delegate().window()));
+    QVERIFY(delegate().window()->isActiveWindow());
+    QVERIFY(waitForText(*delegate().htmlView(), u"Rowan's page"_s));
+    QVERIFY(delegate().updateNotStarted());
+    QCOMPARE(m_program->control("mainButton")->text(), u"Play"_s);
+    QCOMPARE(m_program->control<QProgressBar>("progressIndicator")->value(), 100);
+}
+
+void TestStartUp::theStatusIsSetOnlyAfterTheMainWindowIsUp()
+{
+    std::atomic_bool shown = false;
+    std::atomic_int early = 0;
+    const WindowWatch watch("MainWindow", QEvent::Show, [&] { shown = true; });
+    connect(
+        &delegate(), &AppDelegate::statusStrChanged, &delegate(),
+        [&] {
+            if (!shown)
+                ++early;
+        },
+        Qt::DirectConnection);
+    QVERIFY(m_program->start());
+    QVERIFY(shown);
+    QCOMPARE(early.load(), 0);
+    QVERIFY(delegate().statusStr().has_value());
+}
+
+void TestStartUp::theStatusTellsOfTheLogin_data()
+{
+    QTest::addColumn<QString>("user");
+    QTest::addColumn<QString>("password");
+    QTest::addColumn<std::optional<bool>>("loginFailedBefore");
+    QTest::addColumn<QString>("status");
+    using Flag = std::optional<bool>;
+    QTest::newRow("the right account") << u"rowan"_s << u"secret"_s << Flag(true) << u"Logged in as rowan..."_s;
+    QTest::newRow("a wrong password") << u"rowan"_s << u"guess"_s << Flag(false) << u"Incorrect Login..."_s;
+    QTest::newRow("no user name, no login yet") << QString() << QString() << Flag() << u"Logged in as (null)..."_s;
+    QTest::newRow("no user name, the last login well")
+        << QString() << QString() << Flag(false) << u"Logged in as (null)..."_s;
+    QTest::newRow("no user name, the last login failed")
+        << QString() << QString() << Flag(true) << u"Incorrect Login..."_s;
+    QTest::newRow("a user name like a placeholder") << u"%@"_s << u"odd"_s << Flag() << u"Logged in as %@..."_s;
+}
+
+void TestStartUp::theStatusTellsOfTheLogin()
+{
+    QFETCH(const QString, user);
+    QFETCH(const QString, password);
+    QFETCH(const std::optional<bool>, loginFailedBefore);
+    QFETCH(const QString, status);
+    m_world->vendor().addAccount(u"rowan"_s, u"secret"_s, "page");
+    if (!user.isNull()) {
+        m_world->defaults().setObject(PreferenceKeys::userName, user);
+        m_world->defaults().setObject(PreferenceKeys::password, password);
+    }
+    if (user == u"%@") // the form's escapes are another test's
+        m_world->vendor().setAnswer("/api/dlCheckUser", answerWith("page"));
+    if (loginFailedBefore)
+        m_world->defaults().setObject(PreferenceKeys::loginFailed, *loginFailedBefore);
+    QVERIFY(m_program->start());
+    QCOMPARE(delegate().statusStr(), status);
+    QTRY_COMPARE(m_program->control<ElidedLabel>("statusLabel")->text(), status);
+}
+
+// The vendor's page is in no encoding that could be kept, so there is no file.
+void TestStartUp::aMissingAccountPageLeavesItsPaneEmpty()
+{
+    storeAccount(*m_world);
+    m_world->vendor().setAnswer("/api/dlCheckUser", answerWith("<p>caf\xc3\xa9</p>"));
+    launch();
+    const QSignalSpy loaded(delegate().htmlView(), &QWebEngineView::loadFinished);
+    QVERIFY(waitForTheEnd());
+    QVERIFY(waitUntil([&] { return !loaded.isEmpty(); }));
+    QVERIFY(!QFile::exists(m_world->supportFolder() + u"/account.html"_s));
+    QCOMPARE(textOf(*delegate().htmlView()), QString());
+}
+
+void TestStartUp::aPageOfAnEarlierRunIsNeverShown_data()
+{
+    QTest::addColumn<QString>("password"); // null: no account is stored
+    QTest::addColumn<QByteArray>("page");
+    QTest::addColumn<QString>("shown"); // a part of it
+    QTest::newRow("the login fails") << u"guess"_s << QByteArray() << u"The login did not work"_s;
+    QTest::newRow("no account is stored") << QString() << QByteArray() << u"Welcome, traveller"_s;
+    QTest::newRow("the new page can't be kept") << u"secret"_s << QByteArray("\xff") << QString();
+    QTest::newRow("the new page is there") << u"secret"_s << QByteArray() << u"Rowan's page"_s;
+}
+
+void TestStartUp::aPageOfAnEarlierRunIsNeverShown()
+{
+    QFETCH(const QString, password);
+    QFETCH(const QByteArray, page);
+    QFETCH(const QString, shown);
+    m_world->write(m_world->supportFolder() + u"/account.html"_s, "<p>Of an earlier run</p>");
+    if (!password.isNull())
+        storeAccount(*m_world, password);
+    if (!page.isEmpty())
+        m_world->vendor().setAnswer("/api/dlCheckUser", answerWith(page));
+    launch();
+    const QSignalSpy loaded(delegate().htmlView(), &QWebEngineView::loadFinished);
+    QVERIFY(waitForTheEnd());
+    QVERIFY(waitUntil([&] { return !loaded.isEmpty(); }));
+    const QString text = textOf(*delegate().htmlView());
+    QVERIFY2(shown.isEmpty() ? text.isEmpty() : text.contains(shown), qPrintable(text));
+    QVERIFY(!text.contains(u"earlier"));
+}
+
+void TestStartUp::withoutASupportFolderBothPanesStayEmpty()
+{
+    storeAccount(*m_world);
+    m_world->write(m_world->path(u"data"_s), "a file where the folder should be");
+    const QByteArray log = standardErrorOf([this] { QVERIFY(m_program->start()); });
+    QVERIFY(log.contains("Unable to find or create application support directory:"));
+    for (const Pane *pane : {delegate().htmlView(), delegate().rssView()}) {
+        QCOMPARE(textOf(*pane), QString());
+        QVERIFY2(!pane->url().isLocalFile(), qPrintable(pane->url().toString()));
+    }
+    QVERIFY(delegate().window()->isVisible());
+    QCOMPARE(delegate().statusStr(), u"Logged in as rowan..."_s);
+}
+
+void TestStartUp::aVendorThatBreaksOffLeavesAUsableWindow()
+{
+    storeAccount(*m_world);
+    m_world->installPack("1.2.6");
+    m_world->vendor().setAnswer("/api/dlCheckUser", brokenOff());
+    m_world->vendor().setAnswer("/api/wayfarVersion", brokenOff());
+    QVERIFY(m_program->start());
+    QVERIFY(delegate().window()->isVisible());
+    QCOMPARE(delegate().statusStr(), u"Incorrect Login..."_s);
+    QCOMPARE(delegate().currentVersion(), u"1.2.6"_s);
+    QCOMPARE(delegate().updateVersion(), std::nullopt);
+    QCOMPARE(m_program->control<ElidedLabel>("updateVersionLabel")->text(), u"not available"_s);
+    QCOMPARE(m_program->control("mainButton")->text(), u"Update"_s);
+    QVERIFY(m_program->control("mainButton")->isEnabled());
+    QVERIFY(waitUntil([this] { return textOf(*delegate().htmlView()).contains(u"The login did not work"); }));
+    QVERIFY(m_program->alert.shown.isEmpty());
+}
+
+void TestStartUp::closingTheSplashEarlyDoesNotEndTheProgram()
+{
+    storeAccount(*m_world);
+    m_world->vendor().queueAnswer("/api/dlCheckUser", silence());
+    launch();
+    QVERIFY(delegate().splashWindow()->close());
+    QVERIFY(m_world->vendor().waitForRequests("/api/dlCheckUser", 1));
+    m_world->vendor().step();
+    QVERIFY(waitForTheEnd());
+    QVERIFY(delegate().window()->isVisible());
+    QCOMPARE(m_program->terminations, 0);
+}
+
+void TestStartUp::theWindowSwitchCanBeMadeOnTheMainThread()
+{
+    QVERIFY(m_program->start());
+    const QString news = m_world->supportFolder() + u"/rssfeed.html"_s;
+    m_world->write(news, "<p>The news</p>");
+    delegate().closeSplashScreen();
+    QVERIFY(waitForText(*delegate().rssView(), u"The news"_s));
+    QVERIFY(QFile::remove(news));
+    delegate().closeSplashScreen();
+    QVERIFY(waitForText(*delegate().rssView(), QString()));
+    QVERIFY(delegate().window()->isVisible());
+}
+
+void TestStartUp::theWholeFetchCanRunOnTheMainThread()
+{
+    QVERIFY(m_program->start());
+    storeAccount(*m_world);
+    m_world->vendor().clearRequests();
+    delegate().window()->hide();
+    delegate().downloadInstallerFiles();
+    QCOMPARE(knownPaths(m_world->vendor()), loginThenVersion);
+    QVERIFY(delegate().window()->isVisible());
+    QCOMPARE(delegate().statusStr(), u"Logged in as rowan..."_s);
+}
+
+QTEST_MAIN(TestStartUp)
+#include "TestStartUp.moc"

@@ -84,12 +84,29 @@ public:
         });
         connect(this, &QWebEnginePage::fullScreenRequested, this,
                 [](QWebEngineFullScreenRequest request) { request.reject(); });
+        connect(this, &QWebEnginePage::loadStarted, this, [this] { isLeaving = false; });
     }
 
     NavigationPolicy *policy = nullptr;
+    bool isLeaving = false; // for another page of ours
 
 protected:
-    bool acceptNavigationRequest(const QUrl &url, NavigationType, bool) override { return mayGoTo(url); }
+    // The engine refuses a page's own way to another file, since pages may read none: we go there for it.
+    bool acceptNavigationRequest(const QUrl &url, NavigationType type, bool isMainFrame) override
+    {
+        if (!mayGoTo(url))
+            return false;
+        const bool isPagesWay = isMainFrame && type != NavigationTypeTyped && url.isLocalFile();
+        if (isPagesWay)
+            QMetaObject::invokeMethod(
+                this, [this, url] { load(url); }, Qt::QueuedConnection);
+        return !isPagesWay;
+    }
+    // A question in a window of ours would look like ours. Only that of whether to leave is answered with yes.
+    void javaScriptAlert(const QUrl &, const QString &) override { }
+    bool javaScriptConfirm(const QUrl &, const QString &) override { return isLeaving; }
+    bool javaScriptPrompt(const QUrl &, const QString &, const QString &, QString *) override { return false; }
+    QStringList chooseFiles(FileSelectionMode, const QStringList &, const QStringList &) override { return {}; }
 
 private:
     bool mayGoTo(const QUrl &url) { return policy && policy->decidePolicyForNavigationAction(url); }
@@ -115,6 +132,7 @@ void Pane::setPolicyDelegate(NavigationPolicy *policy)
 
 void Pane::loadFile(const QString &path)
 {
+    m_page->isLeaving = true;
     if (QFileInfo::exists(path))
         load(QUrl::fromLocalFile(path));
     else

@@ -1,0 +1,408 @@
+#include "support/PageScript.h"
+#include "support/TestWorld.h"
+
+#include "controls/Pane.h"
+
+#include <QApplication>
+#include <QSignalSpy>
+#include <QTest>
+#include <QWebEngineDownloadRequest>
+#include <QWebEngineProfile>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+// The program's policy: what has a host opens elsewhere.
+class RecordingPolicy : public NavigationPolicy
+{
+public:
+    bool decidePolicyForNavigationAction(const QUrl &url) override
+    {
+        if (url.host().isEmpty())
+            return true;
+        elsewhere.append(url);
+        return false;
+    }
+
+    QList<QUrl> elsewhere;
+};
+
+// A page that is nothing but one red link; the script runs before it.
+QByteArray linkPage(const QByteArray &attributes, const QByteArray &script = {})
+{
+    return "<!DOCTYPE html><meta charset=utf-8><title>start</title><script>" + script
+        + "</script><a style='position:fixed;inset:0;background:#ff0000;color:#ff0000' " + attributes + ">link</a>";
+}
+
+QByteArray scriptPage(const QByteArray &script)
+{
+    return "<!DOCTYPE html><meta charset=utf-8><title>start</title><body>page<script>" + script + "</script>";
+}
+
+// Closes the dialogs that open, and remembers them.
+class DialogWatch : public QTimer
+{
+public:
+    DialogWatch()
+    {
+        callOnTimeout(this, [this] {
+            if (QWidget *dialog = QApplication::activeModalWidget()) {
+                dialogs.append(QString::fromLatin1(dialog->metaObject()->className()));
+                dialog->close();
+            }
+        });
+        start(5);
+    }
+
+    QStringList dialogs;
+};
+
+const QUrl there(u"https://wayfar.example/there"_s);
+} // namespace
+
+class TestPane : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+    void cleanup();
+
+    void aClickOnAWebAddressOpensItElsewhereOnce_data();
+    void aClickOnAWebAddressOpensItElsewhereOnce();
+    void aMiddleClickOpensElsewhereOnce_data();
+    void aMiddleClickOpensElsewhereOnce();
+    void aClickOnAFileLoadsItInThePane_data();
+    void aClickOnAFileLoadsItInThePane();
+    void whatThePageDoesByItselfAsksThePolicyToo_data();
+    void whatThePageDoesByItselfAsksThePolicyToo();
+    void aScriptOpensNoWindowWithoutAClick();
+    void aScriptReadsNoOtherFile_data();
+    void aScriptReadsNoOtherFile();
+    void aScriptGetsNoPermission_data();
+    void aScriptGetsNoPermission();
+    void aScriptOpensNoDialog_data();
+    void aScriptOpensNoDialog();
+    void aPageCannotHoldThePlayerBack();
+    void aDownloadIsRefused_data();
+    void aDownloadIsRefused();
+    void everyEncodingIsRead_data();
+    void everyEncodingIsRead();
+    void aMissingFileEmptiesThePane();
+    void theSameFileIsReadAfresh();
+    void withoutAPolicyThePaneGoesNowhere();
+    void allPanesShareOneProfileWithoutATraceOnDisk();
+
+private:
+    void show(const QByteArray &page);
+    void click(Qt::MouseButton button = Qt::LeftButton, Qt::KeyboardModifiers modifiers = Qt::NoModifier);
+    QString file(const QString &name) const { return m_world->path(name); }
+    QString title() const { return m_pane->title(); }
+
+    std::unique_ptr<TestWorld> m_world;
+    RecordingPolicy m_policy;
+    std::unique_ptr<Pane> m_pane;
+};
+
+void TestPane::init()
+{
+    m_world = std::make_unique<TestWorld>();
+    m_world->write(file(u"other.html"_s), "<title>other</title>the other page");
+    m_policy.elsewhere.clear();
+    m_pane = std::make_unique<Pane>();
+    m_pane->setPolicyDelegate(&m_policy);
+    m_pane->resize(200, 150);
+    m_pane->show();
+}
+
+void TestPane::cleanup()
+{
+    m_pane.reset();
+    m_world.reset();
+}
+
+void TestPane::show(const QByteArray &page)
+{
+    m_world->write(file(u"page.html"_s), page);
+    QSignalSpy loaded(m_pane.get(), &QWebEngineView::loadFinished);
+    m_pane->loadFile(file(u"page.html"_s));
+    QVERIFY(waitUntil([&] { return !loaded.isEmpty(); }));
+}
+
+// On the page's middle, when its link is drawn there.
+void TestPane::click(Qt::MouseButton button, Qt::KeyboardModifiers modifiers)
+{
+    const QPoint middle = m_pane->rect().center();
+    QVERIFY(waitUntil([&] { return m_pane->grab().toImage().pixelColor(middle) == QColor(Qt::red); }));
+    QTest::mouseClick(m_pane->focusProxy(), button, modifiers, middle);
+}
+
+void TestPane::aClickOnAWebAddressOpensItElsewhereOnce_data()
+{
+    QTest::addColumn<QByteArray>("page");
+    QTest::addColumn<QUrl>("address");
+    const auto row = [](const char *name, const QByteArray &attributes, const QUrl &address = there) {
+        QTest::newRow(name) << linkPage(attributes) << address;
+    };
+    row("a plain link", "href='https://wayfar.example/there'");
+    row("a new window", "href='https://wayfar.example/there' target='_blank'");
+    row("a named window", "href='https://wayfar.example/there' target='vendor'");
+    row("a script, or else the link", "href='https://wayfar.example/there' onclick='return !window.open(this.href)'");
+    row("a script with a window's name and size",
+        "href='#' onclick=\"window.open('https://wayfar.example/there', 'w', 'width=300'); return false\"");
+    row("a script that moves the page", "href='#' onclick=\"location.href = 'https://wayfar.example/there'\"");
+    row("another machine's file", "href='file://server/share/page.html'", QUrl(u"file://server/share/page.html"_s));
+    QTest::newRow("a form") << QByteArray(
+        "<form action='https://wayfar.example/there' method='post'><button style="
+        "'position:fixed;inset:0;background:#ff0000;color:#ff0000'>go</button></form>")
+                            << there;
+}
+
+void TestPane::aClickOnAWebAddressOpensItElsewhereOnce()
+{
+    QFETCH(const QByteArray, page);
+    QFETCH(const QUrl, address);
+    show(page);
+    click();
+    QVERIFY(waitUntil([this] { return !m_policy.elsewhere.isEmpty(); }));
+    QCOMPARE(answerOf(*m_pane, u"document.querySelector('a, button').innerText"_s).toString().size() > 0, true);
+    QCOMPARE(m_policy.elsewhere, QList<QUrl>{address});
+    QCOMPARE(m_pane->url().path(), file(u"page.html"_s));
+    QCOMPARE(QApplication::topLevelWidgets().contains(m_pane.get()), true);
+}
+
+void TestPane::aMiddleClickOpensElsewhereOnce_data()
+{
+    QTest::addColumn<Qt::MouseButton>("button");
+    QTest::addColumn<Qt::KeyboardModifier>("modifier");
+    QTest::newRow("the middle button") << Qt::MiddleButton << Qt::NoModifier;
+    QTest::newRow("with Ctrl") << Qt::LeftButton << Qt::ControlModifier;
+    QTest::newRow("with Shift") << Qt::LeftButton << Qt::ShiftModifier;
+}
+
+void TestPane::aMiddleClickOpensElsewhereOnce()
+{
+    QFETCH(const Qt::MouseButton, button);
+    QFETCH(const Qt::KeyboardModifier, modifier);
+    show(linkPage("href='https://wayfar.example/there'"));
+    click(button, modifier);
+    QVERIFY(waitUntil([this] { return !m_policy.elsewhere.isEmpty(); }));
+    QCOMPARE(textOf(*m_pane), u"link"_s);
+    QCOMPARE(m_policy.elsewhere, QList<QUrl>{there});
+}
+
+void TestPane::aClickOnAFileLoadsItInThePane_data()
+{
+    QTest::addColumn<QByteArray>("attributes");
+    QTest::newRow("a plain link") << QByteArray("href='other.html'");
+    QTest::newRow("a new window") << QByteArray("href='other.html' target='_blank'");
+    QTest::newRow("a script, or else the link")
+        << QByteArray("href='other.html' onclick='return !window.open(this.href)'");
+}
+
+void TestPane::aClickOnAFileLoadsItInThePane()
+{
+    QFETCH(const QByteArray, attributes);
+    show(linkPage(attributes));
+    click();
+    QVERIFY(waitForText(*m_pane, u"the other page"_s));
+    QCOMPARE(m_pane->url().path(), file(u"other.html"_s));
+    QVERIFY(m_policy.elsewhere.isEmpty());
+}
+
+void TestPane::whatThePageDoesByItselfAsksThePolicyToo_data()
+{
+    QTest::addColumn<QByteArray>("page");
+    QTest::newRow("a frame") << QByteArray("page<iframe src='https://wayfar.example/there'></iframe>");
+    QTest::newRow("a refresh") << QByteArray(
+        "<meta http-equiv='refresh' content='0;url=https://wayfar.example/there'>page");
+    QTest::newRow("a change of location") << scriptPage("location.href = 'https://wayfar.example/there'");
+    QTest::newRow("a replaced location") << scriptPage("location.replace('https://wayfar.example/there')");
+    QTest::newRow("a form sent by a script") << QByteArray(
+        "page<form action='https://wayfar.example/there'></form><script>document.forms[0].submit()</script>");
+}
+
+void TestPane::whatThePageDoesByItselfAsksThePolicyToo()
+{
+    QFETCH(const QByteArray, page);
+    m_world->write(file(u"page.html"_s), page);
+    m_pane->loadFile(file(u"page.html"_s));
+    QVERIFY(waitUntil([this] { return !m_policy.elsewhere.isEmpty(); }));
+    QVERIFY(waitForText(*m_pane, u"page"_s));
+    QCOMPARE(m_policy.elsewhere.size(), 1);
+    QCOMPARE(m_policy.elsewhere.constFirst().path(), u"/there"_s);
+    QCOMPARE(m_pane->url().path(), file(u"page.html"_s));
+}
+
+void TestPane::aScriptOpensNoWindowWithoutAClick()
+{
+    const QSignalSpy asked(m_pane->page(), &QWebEnginePage::newWindowRequested);
+    show(scriptPage("document.title = String(window.open('https://wayfar.example/there'))"));
+    QVERIFY(waitUntil([this] { return title() != u"start"; }));
+    QCOMPARE(title(), u"null"_s);
+    QVERIFY(asked.isEmpty());
+    QVERIFY(m_policy.elsewhere.isEmpty());
+}
+
+void TestPane::aScriptReadsNoOtherFile_data()
+{
+    QTest::addColumn<QByteArray>("script");
+    QTest::newRow("fetch") << QByteArray("fetch(target).then(r => r.text()).then(tell, () => tell('refused'));");
+    QTest::newRow("a request") << QByteArray("const x = new XMLHttpRequest(); x.onloadend = () => "
+                                             "tell(x.responseText || 'refused'); try { x.open('GET', target); x.send();"
+                                             " } catch (e) { tell('refused'); }");
+    QTest::newRow("a frame") << QByteArray(
+        "document.write(`<iframe src='${target}'></iframe>`); onload = () => { try { "
+        "tell(frames[0].document.body.innerText || 'refused'); } catch (e) { tell('refused'); } };");
+    QTest::newRow("a worker") << QByteArray(
+        "try { const w = new Worker(target); w.onerror = () => tell('refused'); w.onmessage = () => tell('secret'); }"
+        " catch (e) { tell('refused'); }");
+    QTest::newRow("a picture on a canvas") << QByteArray(
+        "const i = new Image(); i.onerror = () => tell('refused'); i.onload = () => { try { const c = "
+        "document.createElement('canvas'); c.getContext('2d').drawImage(i, 0, 0); tell(c.toDataURL()); } catch (e) { "
+        "tell('refused'); } }; i.src = target.replace('secret.txt', 'secret.svg');");
+}
+
+void TestPane::aScriptReadsNoOtherFile()
+{
+    QFETCH(const QByteArray, script);
+    m_world->write(file(u"secret.txt"_s), "secret");
+    m_world->write(file(u"secret.svg"_s), "<svg xmlns='http://www.w3.org/2000/svg' width='9' height='9'/>");
+    const QByteArray target = QUrl::fromLocalFile(file(u"secret.txt"_s)).toEncoded();
+    show(scriptPage("const target = '" + target + "'; const tell = t => { document.title = t; };" + script));
+    QVERIFY(waitUntil([this] { return title() != u"start"; }));
+    QCOMPARE(title(), u"refused"_s);
+}
+
+void TestPane::aScriptGetsNoPermission_data()
+{
+    QTest::addColumn<QByteArray>("script");
+    QTest::newRow("the place") << QByteArray("navigator.geolocation.getCurrentPosition(() => tell('granted'), e => "
+                                             "tell(e.code === 1 ? 'refused' : e.message))");
+    QTest::newRow("notes on the desktop")
+        << QByteArray("Notification.requestPermission().then(p => tell(p === 'denied' ? 'refused' : p))");
+    QTest::newRow("the microphone") << QByteArray(
+        "navigator.mediaDevices.getUserMedia({audio: true}).then(() => tell('granted'), () => tell('refused'))");
+    QTest::newRow("the screen") << QByteArray(
+        "navigator.mediaDevices.getDisplayMedia({video: true}).then(() => tell('granted'), () => tell('refused'))");
+    QTest::newRow("the clipboard") << QByteArray(
+        "navigator.clipboard.readText().then(() => tell('granted'), () => tell('refused'))");
+}
+
+void TestPane::aScriptGetsNoPermission()
+{
+    QFETCH(const QByteArray, script);
+    show(scriptPage("const tell = t => { document.title = t; };" + script));
+    QVERIFY(waitUntil([this] { return title() != u"start"; }));
+    QCOMPARE(title(), u"refused"_s);
+}
+
+void TestPane::aScriptOpensNoDialog_data()
+{
+    QTest::addColumn<QByteArray>("script");
+    QTest::addColumn<QString>("answer");
+    QTest::newRow("alert") << QByteArray("alert('Your password, please')") << u"undefined"_s;
+    QTest::newRow("confirm") << QByteArray("confirm('Sure?')") << u"false"_s;
+    QTest::newRow("prompt") << QByteArray("prompt('Your password, please')") << u"null"_s;
+    QTest::newRow("a file") << QByteArray("document.querySelector('input').click()") << u"undefined"_s;
+}
+
+void TestPane::aScriptOpensNoDialog()
+{
+    QFETCH(const QByteArray, script);
+    QFETCH(const QString, answer);
+    const DialogWatch watch;
+    show(linkPage("href='#' onclick=\"document.title = String(" + script + ")\"") + "<input type=file>");
+    click();
+    QVERIFY(waitUntil([this] { return title() != u"start"; }));
+    QCOMPARE(title(), answer);
+    textOf(*m_pane); // the engine has been asked and has answered since
+    QCOMPARE(watch.dialogs, QStringList());
+}
+
+void TestPane::aPageCannotHoldThePlayerBack()
+{
+    const DialogWatch watch;
+    show(
+        linkPage("href='#'", "addEventListener('beforeunload', e => { e.preventDefault(); e.returnValue = 'stay'; })"));
+    click();
+    m_pane->loadFile(file(u"other.html"_s));
+    QVERIFY(waitForText(*m_pane, u"the other page"_s));
+    QCOMPARE(watch.dialogs, QStringList());
+}
+
+void TestPane::aDownloadIsRefused_data()
+{
+    QTest::addColumn<QByteArray>("attributes");
+    QTest::newRow("by its attribute") << QByteArray("href='data:text/plain,abc' download='abc.txt'");
+    QTest::newRow("by its kind") << QByteArray("href='thing.zip'");
+}
+
+void TestPane::aDownloadIsRefused()
+{
+    QFETCH(const QByteArray, attributes);
+    m_world->write(file(u"thing.zip"_s), "PK\x03\x04");
+    QWebEngineDownloadRequest *download = nullptr;
+    connect(m_pane->page()->profile(), &QWebEngineProfile::downloadRequested, m_pane.get(),
+            [&download](QWebEngineDownloadRequest *request) { download = request; });
+    show(linkPage(attributes));
+    click();
+    QVERIFY(waitUntil([&download] { return download; }));
+    QCOMPARE(download->state(), QWebEngineDownloadRequest::DownloadCancelled);
+    QCOMPARE(textOf(*m_pane), u"link"_s);
+}
+
+void TestPane::everyEncodingIsRead_data()
+{
+    QTest::addColumn<QByteArray>("bytes");
+    const QString page = u"<p>Grüße, 旅人</p>"_s;
+    QTest::newRow("UTF-8 that does not say so") << page.toUtf8();
+    QTest::newRow("UTF-8 with a mark") << "\xef\xbb\xbf" + page.toUtf8();
+    QByteArray wide("\xff\xfe", 2);
+    for (const QChar unit : page)
+        wide.append(char(unit.unicode() & 0xff)).append(char(unit.unicode() >> 8));
+    QTest::newRow("UTF-16 with a mark") << wide;
+}
+
+void TestPane::everyEncodingIsRead()
+{
+    QFETCH(const QByteArray, bytes);
+    show(bytes);
+    QCOMPARE(textOf(*m_pane), u"Grüße, 旅人"_s);
+}
+
+void TestPane::aMissingFileEmptiesThePane()
+{
+    show("<p>old</p>");
+    QCOMPARE(textOf(*m_pane), u"old"_s);
+    m_pane->loadFile(file(u"gone.html"_s));
+    QVERIFY(waitForText(*m_pane, QString()));
+}
+
+void TestPane::theSameFileIsReadAfresh()
+{
+    show("<p>old</p>");
+    show("<p>new</p>");
+    QVERIFY(waitForText(*m_pane, u"new"_s));
+}
+
+void TestPane::withoutAPolicyThePaneGoesNowhere()
+{
+    m_pane->setPolicyDelegate(nullptr);
+    m_world->write(file(u"page.html"_s), "<p>page</p>");
+    m_pane->loadFile(file(u"page.html"_s));
+    QCOMPARE(textOf(*m_pane), QString());
+}
+
+void TestPane::allPanesShareOneProfileWithoutATraceOnDisk()
+{
+    const Pane other;
+    const QWebEngineProfile *profile = m_pane->page()->profile();
+    QCOMPARE(other.page()->profile(), profile);
+    QVERIFY(profile->isOffTheRecord());
+    QCOMPARE(profile->persistentCookiesPolicy(), QWebEngineProfile::NoPersistentCookies);
+}
+
+QTEST_MAIN(TestPane)
+#include "TestPane.moc"

@@ -1,0 +1,196 @@
+#include "support/TestWorld.h"
+
+#include "app/Application.h"
+#include "app/MainWindow.h"
+#include "app/SplashScreen.h"
+#include "settings/PreferenceKeys.h"
+
+#include <QApplication>
+#include <QProcess>
+#include <QTest>
+#include <QTimer>
+
+#include <algorithm>
+#include <cstdio>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+constexpr auto FlagsVariable = "QTWEBENGINE_CHROMIUM_FLAGS";
+const QString closingEachWindow = u"--close-each-window"_s;
+const QString endingDuringTheStart = u"--end-during-the-start"_s;
+
+template<typename Window> Window *visibleWindow()
+{
+    for (QWidget *window : QApplication::topLevelWidgets()) {
+        auto *found = qobject_cast<Window *>(window);
+        if (found && found->isVisible())
+            return found;
+    }
+    return nullptr;
+}
+
+// Looks again and again, in the event loop of the program, until the condition holds; then acts once.
+void whenever(QObject &context, const std::function<bool()> &condition, const std::function<void()> &action)
+{
+    auto *timer = new QTimer(&context);
+    timer->callOnTimeout(&context, [=] {
+        if (condition()) {
+            timer->stop();
+            action();
+        }
+    });
+    timer->start(5);
+}
+
+VendorAnswer silence()
+{
+    VendorAnswer answer;
+    answer.body = "page";
+    answer.stallAfter = -1;
+    return answer;
+}
+
+// The main window is made in the same breath, just before the worker.
+bool isWorkerStarted()
+{
+    const QWidgetList windows = QApplication::topLevelWidgets();
+    return std::any_of(windows.begin(), windows.end(),
+                       [](QWidget *window) { return qobject_cast<MainWindow *>(window); });
+}
+
+// The whole program, in a process of its own; it tells on standard output what happened.
+int runProgram(const QStringList &arguments)
+{
+    Application application({u"wayfar.example"_s, u"download.wayfar.example"_s},
+                            {.caFile = arguments.value(2), .connectTo = {arguments.value(3).toLatin1()}});
+    QObject context;
+    const auto say = [](const QByteArray &line) {
+        std::puts(line.constData());
+        std::fflush(stdout);
+    };
+    const bool endsEarly = arguments.value(1) == endingDuringTheStart;
+    whenever(
+        context, [] { return visibleWindow<SplashScreen>() && isWorkerStarted(); },
+        [=] {
+            if (endsEarly)
+                QCoreApplication::quit();
+            else
+                visibleWindow<SplashScreen>()->close();
+            say("splash");
+        });
+    whenever(
+        context, [] { return visibleWindow<MainWindow>(); },
+        [=] {
+            say("main window: " + visibleWindow<MainWindow>()->windowTitle().toUtf8());
+            say("flags: " + qgetenv(FlagsVariable));
+            visibleWindow<MainWindow>()->close();
+        });
+    return application.exec();
+}
+} // namespace
+
+class TestApplication : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+    void cleanup();
+
+    void theProgramHasItsNames();
+    void theMainWindowsEndAndNoOtherEndsTheProgram();
+    void theDesktopsFlagForTheWebEngineIsKept();
+    void anEndDuringTheStartDoesNotWaitForTheVendor();
+
+private:
+    void start(const QString &mode);
+    void verifyWellEnded();
+    QByteArray output() { return m_output += m_program->readAllStandardOutput(); }
+
+    std::unique_ptr<TestWorld> m_world;
+    std::unique_ptr<QProcess> m_program;
+    QByteArray m_output;
+};
+
+void TestApplication::init()
+{
+    m_world = std::make_unique<TestWorld>();
+    m_world->defaults().setObject(PreferenceKeys::userName, u"rowan"_s);
+    m_program = std::make_unique<QProcess>();
+}
+
+void TestApplication::cleanup()
+{
+    m_program.reset();
+    m_output.clear();
+    m_world.reset();
+}
+
+void TestApplication::start(const QString &mode)
+{
+    m_program->start(QCoreApplication::applicationFilePath(),
+                     {mode, m_world->network().caFile, u"::127.0.0.1:%1"_s.arg(m_world->vendor().port())});
+    QVERIFY(m_program->waitForStarted());
+}
+
+void TestApplication::verifyWellEnded()
+{
+    QVERIFY(m_program->waitForFinished(20000));
+    QCOMPARE(m_program->exitStatus(), QProcess::NormalExit);
+    QCOMPARE(m_program->exitCode(), 0);
+}
+
+void TestApplication::theProgramHasItsNames()
+{
+    const Application application(m_world->hosts(), m_world->network());
+    QCOMPARE(QCoreApplication::applicationName(), u"wayfar-installer"_s);
+    QCOMPARE(QGuiApplication::applicationDisplayName(), u"Wayfar Installer"_s);
+    QCOMPARE(QGuiApplication::desktopFileName(), u"wayfar-installer"_s);
+    QVERIFY(!QCoreApplication::applicationVersion().isEmpty());
+    QVERIFY(!QGuiApplication::windowIcon().isNull());
+    QVERIFY(!QGuiApplication::quitOnLastWindowClosed());
+}
+
+void TestApplication::theMainWindowsEndAndNoOtherEndsTheProgram()
+{
+    m_world->vendor().queueAnswer("/api/dlCheckUser", silence());
+    start(closingEachWindow);
+    QVERIFY(m_world->vendor().waitForRequests("/api/dlCheckUser", 1));
+    QTRY_VERIFY_WITH_TIMEOUT(output().contains("splash"), 20000);
+    m_world->vendor().step(); // when the splash, the only window, is closed
+    verifyWellEnded();
+    QVERIFY(output().contains("main window: Wayfar Installer\n"));
+}
+
+void TestApplication::theDesktopsFlagForTheWebEngineIsKept()
+{
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QString::fromLatin1(FlagsVariable), u"--disable-smooth-scrolling"_s);
+    m_program->setProcessEnvironment(environment);
+    start(closingEachWindow);
+    verifyWellEnded();
+    QVERIFY(output().contains("flags: --disable-smooth-scrolling\n"));
+}
+
+void TestApplication::anEndDuringTheStartDoesNotWaitForTheVendor()
+{
+    for (const char *path : {"/api/dlCheckUser", "/api/wayfarVersion"})
+        m_world->vendor().setAnswer(path, silence());
+    start(endingDuringTheStart);
+    verifyWellEnded(); // the loader would wait for a minute
+    QVERIFY(!output().contains("main window"));
+}
+
+int main(int argc, char **argv)
+{
+    QApplication qt(argc, argv);
+    const QString mode = qt.arguments().value(1);
+    if (mode == closingEachWindow || mode == endingDuringTheStart)
+        return runProgram(qt.arguments());
+    TestApplication test;
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "TestApplication.moc"

@@ -50,9 +50,7 @@ OpenPanel::OpenPanel(Choice choice, const QString &current, QWidget *parent)
 
 void OpenPanel::openAt(const QString &current)
 {
-    QFileInfo place(current.isEmpty() ? QDir::homePath() : current);
-    if (m_choice == Files || !place.isDir())
-        place.setFile(place.path());
+    QFileInfo place(current.isEmpty() ? QDir::homePath() : m_choice == Files ? QFileInfo(current).path() : current);
     while (!place.isDir() && !place.isRoot())
         place.setFile(place.path());
     setDirectory(place.filePath());

@@ -1,0 +1,32 @@
+#pragma once
+
+#include <QApplication>
+#include <QDialog>
+#include <QPointer>
+#include <QTimer>
+
+#include <functional>
+
+// For a call that returns only when its dialog was answered: the action gets the dialog as soon as it is open. What is
+// then still open is cancelled, so that a failing test ends too. Returns whether there was one, when asked later.
+template<typename Dialog> class WhenOpen
+{
+public:
+    explicit WhenOpen(const std::function<void(Dialog &)> &action)
+    {
+        QTimer::singleShot(0, &m_context, [this, action] {
+            const QPointer<Dialog> dialog = qobject_cast<Dialog *>(QApplication::activeModalWidget());
+            m_opened = dialog;
+            if (dialog)
+                action(*dialog);
+            if (dialog && dialog->isVisible())
+                dialog->reject();
+        });
+    }
+
+    bool opened() const { return m_opened; }
+
+private:
+    QObject m_context;
+    bool m_opened = false;
+};

@@ -1,0 +1,201 @@
+#include "settings/PreferenceKeys.h"
+#include "settings/SettingsWindow.h"
+#include "support/Program.h"
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+const QString launchFailed = u"Failed to launch World of Warcraft Launcher. Please check settings..."_s;
+}
+
+class TestGameLaunch : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+    void cleanup();
+
+    void theLauncherIsOpenedAndTheProgramEnds();
+    void eachGuardEndsItSilently_data();
+    void eachGuardEndsItSilently();
+    void aFinishedDownloadStillKeepsItOff();
+    void aClosedSettingsWindowKeepsNothingOff();
+    void eachFailureSetsTheOneStatus_data();
+    void eachFailureSetsTheOneStatus();
+    void itIsArmedWhenTheNetworkWorkIsDoneWhateverThePreferencesSay();
+    void itComesByItselfAfterTheStart();
+
+private:
+    // All guards open.
+    void makeReady() const
+    {
+        m_world->defaults().setObject(PreferenceKeys::autoLaunch, true);
+        m_world->defaults().setObject(PreferenceKeys::launchPath, u"/games/start.sh"_s);
+        m_program->delegate.setButtonText(u"Play"_s);
+        m_program->delegate.setStatusStr(u"before"_s);
+    }
+
+    std::unique_ptr<TestWorld> m_world;
+    std::unique_ptr<Program> m_program;
+};
+
+void TestGameLaunch::init()
+{
+    m_world = std::make_unique<TestWorld>();
+    m_program = std::make_unique<Program>(*m_world);
+}
+
+void TestGameLaunch::cleanup()
+{
+    delete m_program->delegate.settingsWindow();
+    m_program.reset();
+}
+
+void TestGameLaunch::theLauncherIsOpenedAndTheProgramEnds()
+{
+    makeReady();
+    m_program->delegate.launchWow();
+    QCOMPARE(m_program->workspace.files, QStringList{u"/games/start.sh"_s});
+    QCOMPARE(m_program->terminations, 1);
+    QCOMPARE(m_program->delegate.statusStr(), u"before"_s);
+}
+
+// Also with a launch path that would be a failure: the guards come first.
+void TestGameLaunch::eachGuardEndsItSilently_data()
+{
+    using Prepare = std::function<void(TestWorld &, AppDelegate &)>;
+    QTest::addColumn<Prepare>("prepare");
+    QTest::newRow("the pack needs an update")
+        << Prepare([](TestWorld &, AppDelegate &delegate) { delegate.setButtonText(u"Update"_s); });
+    QTest::newRow("no version is known yet")
+        << Prepare([](TestWorld &, AppDelegate &delegate) { delegate.setButtonText(std::nullopt); });
+    QTest::newRow("a download was started") << Prepare([](TestWorld &world, AppDelegate &delegate) {
+        world.vendor();
+        delegate.update(u"Update"_s);
+        delegate.setStatusStr(u"before"_s);
+    });
+    QTest::newRow("the settings are open")
+        << Prepare([](TestWorld &, AppDelegate &delegate) { delegate.openSettings(); });
+    QTest::newRow("not wanted") << Prepare(
+        [](TestWorld &world, AppDelegate &) { world.defaults().setObject(PreferenceKeys::autoLaunch, false); });
+    QTest::newRow("never asked for") << Prepare([](TestWorld &world, AppDelegate &) {
+        world.write(world.preferencesFile(), R"({"launchPath": "/games/start.sh"})");
+        world.defaults().synchronize();
+    });
+}
+
+void TestGameLaunch::eachGuardEndsItSilently()
+{
+    QFETCH(const std::function<void(TestWorld &, AppDelegate &)>, prepare);
+    makeReady();
+    prepare(*m_world, m_program->delegate);
+    for (const QString &path : {u"/games/start.sh"_s, QString()}) {
+        m_world->defaults().setObject(PreferenceKeys::launchPath, path);
+        m_program->delegate.launchWow();
+        QCOMPARE(m_program->workspace.files, QStringList());
+        QCOMPARE(m_program->terminations, 0);
+        QCOMPARE(m_program->delegate.statusStr(), u"before"_s);
+    }
+}
+
+void TestGameLaunch::aFinishedDownloadStillKeepsItOff()
+{
+    m_world->goOffline();
+    m_program = std::make_unique<Program>(*m_world);
+    m_program->delegate.update(u"Update"_s);
+    QTRY_COMPARE(m_program->alert.shown.size(), 1); // it failed
+    makeReady();
+    m_program->delegate.launchWow();
+    QCOMPARE(m_program->workspace.files, QStringList());
+}
+
+void TestGameLaunch::aClosedSettingsWindowKeepsNothingOff()
+{
+    makeReady();
+    m_program->delegate.openSettings();
+    m_program->delegate.settingsWindow()->close();
+    m_program->delegate.launchWow();
+    QCOMPARE(m_program->workspace.files.size(), 1);
+}
+
+void TestGameLaunch::eachFailureSetsTheOneStatus_data()
+{
+    QTest::addColumn<QByteArray>("preferences");
+    QTest::addColumn<QStringList>("tried");
+    QTest::newRow("no path") << QByteArray(R"({"autoLaunch": true})") << QStringList();
+    QTest::newRow("an empty path") << QByteArray(R"({"autoLaunch": true, "launchPath": ""})") << QStringList();
+    QTest::newRow("nothing opens") << QByteArray(R"({"autoLaunch": true, "launchPath": "/gone"})")
+                                   << QStringList{u"/gone"_s};
+}
+
+void TestGameLaunch::eachFailureSetsTheOneStatus()
+{
+    QFETCH(const QByteArray, preferences);
+    QFETCH(const QStringList, tried);
+    m_world->write(m_world->preferencesFile(), preferences);
+    m_world->defaults().synchronize();
+    m_program->workspace.opens = false;
+    m_program->delegate.setButtonText(u"Play"_s);
+    m_program->delegate.launchWow();
+    QCOMPARE(m_program->delegate.statusStr(), launchFailed);
+    QCOMPARE(m_program->workspace.files, tried);
+    QCOMPARE(m_program->terminations, 0);
+    QCOMPARE(m_program->delegate.buttonText(), u"Play"_s);
+    QVERIFY(m_program->alert.shown.isEmpty());
+    QCOMPARE(m_world->read(m_world->preferencesFile()), preferences);
+}
+
+// The worker asks the main thread to arm the timer by an event to the delegate: that moment is looked at.
+void TestGameLaunch::itIsArmedWhenTheNetworkWorkIsDoneWhateverThePreferencesSay()
+{
+    class ArmingWatch : public QObject
+    {
+    public:
+        ArmingWatch(TestWorld &world, AppDelegate &delegate) : m_world(world), m_delegate(delegate) { }
+        bool eventFilter(QObject *, QEvent *event) override
+        {
+            if (event->type() == QEvent::MetaCall) {
+                ++armed;
+                versionsAsked = m_world.vendor().requests("/api/wayfarVersion").size();
+                button = m_delegate.buttonText();
+            }
+            return false;
+        }
+        int armed = 0;
+        qsizetype versionsAsked = 0;
+        std::optional<QString> button;
+
+    private:
+        TestWorld &m_world;
+        AppDelegate &m_delegate;
+    };
+    ArmingWatch watch(*m_world, m_program->delegate);
+    m_program->delegate.installEventFilter(&watch);
+    m_world->vendor();
+    QVERIFY(m_program->start());
+    QTRY_COMPARE(watch.armed, 1);
+    QCOMPARE(watch.versionsAsked, 1);
+    QCOMPARE(watch.button, u"Update"_s);
+}
+
+void TestGameLaunch::itComesByItselfAfterTheStart()
+{
+    m_world->vendor().addAccount(u"anna"_s, u"secret"_s, "<p>Anna</p>");
+    m_world->installPack("1.2.6");
+    m_world->defaults().setObject(PreferenceKeys::userName, u"anna"_s);
+    m_world->defaults().setObject(PreferenceKeys::password, u"secret"_s);
+    m_world->defaults().setObject(PreferenceKeys::autoLaunch, true);
+    m_world->defaults().setObject(PreferenceKeys::launchPath, u"/games/start.sh"_s);
+    QVERIFY(m_program->start());
+    QCOMPARE(m_program->terminations, 0); // the window is there first, and the player can still stop it
+    QVERIFY(m_program->delegate.window()->isVisible());
+    QCOMPARE(m_program->delegate.statusStr(), u"Logged in as anna..."_s);
+    QTRY_COMPARE_WITH_TIMEOUT(m_program->terminations, 1, 20000);
+    QCOMPARE(m_program->workspace.files, QStringList{u"/games/start.sh"_s});
+    QCOMPARE(m_program->delegate.statusStr(), u"Logged in as anna..."_s);
+}
+
+QTEST_MAIN(TestGameLaunch)
+#include "TestGameLaunch.moc"

@@ -1,0 +1,286 @@
+#include "controls/ElidedLabel.h"
+#include "settings/PreferenceKeys.h"
+#include "settings/SettingsWindow.h"
+#include "support/Program.h"
+
+#include <QJsonDocument>
+#include <QLineEdit>
+#include <QPointer>
+#include <QPushButton>
+
+using namespace Qt::StringLiterals;
+
+// Opening, OK, Cancel and closing, with the real window and by keyboard.
+class TestSettings : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+    void cleanup();
+
+    void itOpensBesideTheMainWindow();
+    void aSecondOpeningBringsTheSameWindow();
+    void theSnapshotHoldsEveryVisibleKey();
+    void theSnapshotOutlivesTheWindow();
+    void cancelPutsTheSnapshotBack_data();
+    void cancelPutsTheSnapshotBack();
+    void cancelKeepsAKeyThatIsNew();
+    void cancelStoresSystemWideValuesAsTheUsersOwn();
+    void cancelWithAnEmptySnapshotOnlyCloses();
+    void cancelAfterASecondOpeningKeepsTheEditsBeforeIt();
+    void theTitleBarKeepsEveryEditWithoutALogin();
+    void afterClosingItIsLoadedAnew();
+    void okLogsInWithWhatWasTypedAndThenCloses();
+    void okClosesAlsoAfterAFailedLogin();
+    void okWithoutAUserNameAsksNobody();
+
+private:
+    void open();
+    SettingsWindow *window() const { return m_program->delegate.settingsWindow(); }
+    QWidget *control(const QString &name) const { return window()->findChild<QWidget *>(name); }
+    void type(const QString &field, const QString &text) const
+    {
+        control(field)->setFocus();
+        QTest::keyClicks(control(field), text);
+    }
+    void press(const QString &button) const
+    {
+        control(button)->setFocus();
+        QTest::keyClick(control(button), Qt::Key_Space);
+    }
+    QJsonObject usersOwn() const { return QJsonDocument::fromJson(m_world->read(m_world->preferencesFile())).object(); }
+
+    std::unique_ptr<TestWorld> m_world;
+    std::unique_ptr<Program> m_program;
+};
+
+void TestSettings::init()
+{
+    m_world = std::make_unique<TestWorld>();
+    m_program = std::make_unique<Program>(*m_world);
+}
+
+void TestSettings::cleanup()
+{
+    delete window();
+    m_program.reset();
+}
+
+void TestSettings::open()
+{
+    m_program->delegate.openSettings();
+    QVERIFY(QTest::qWaitForWindowActive(window()));
+}
+
+void TestSettings::itOpensBesideTheMainWindow()
+{
+    m_world->vendor();
+    QVERIFY(m_program->start());
+    QTest::mouseClick(m_program->control("settingsButton"), Qt::LeftButton);
+    QVERIFY(QTest::qWaitForWindowActive(window()));
+    QVERIFY(!window()->isModal());
+    QVERIFY(m_program->delegate.window()->isVisible());
+    const QPoint offset = window()->frameGeometry().center() - window()->screen()->availableGeometry().center();
+    QVERIFY2(offset.manhattanLength() <= 10, // the frame, unknown before it shows
+             qPrintable(u"%1 %2"_s.arg(offset.x()).arg(offset.y())));
+    QTRY_COMPARE(QApplication::focusWidget(), control(u"userNameField"_s));
+}
+
+void TestSettings::aSecondOpeningBringsTheSameWindow()
+{
+    open();
+    const SettingsWindow *const first = window();
+    window()->move(0, 0);
+    window()->showMinimized();
+    open();
+    QCOMPARE(window(), first);
+    QVERIFY(!window()->isMinimized());
+    QVERIFY(window()->pos() != QPoint(0, 0));
+}
+
+void TestSettings::theSnapshotHoldsEveryVisibleKey()
+{
+    m_world->write(m_world->path(u"etc/WayfarInstaller/preferences.json"_s),
+                   R"({"wayfaruser": "site", "other": true})");
+    UserDefaults defaults;
+    defaults.setObject(u"unknown"_s, u"kept"_s);
+    AppDelegate delegate({m_world->hosts(), defaults, m_world->loader(), m_program->workspace, m_program->alert,
+                          m_program->administrator, [] {}});
+    QCOMPARE(delegate.settingsOldValue(), QJsonObject());
+    delegate.openSettings();
+    QCOMPARE(delegate.settingsOldValue(),
+             (QJsonObject{{u"installPath"_s, m_world->gameFolder()},
+                          {u"other"_s, true},
+                          {u"unknown"_s, u"kept"_s},
+                          {u"wayfaruser"_s, u"site"_s}}));
+    delete delegate.settingsWindow();
+}
+
+void TestSettings::theSnapshotOutlivesTheWindow()
+{
+    open();
+    window()->close();
+    QCOMPARE(m_program->delegate.settingsOldValue(), (QJsonObject{{u"installPath"_s, m_world->gameFolder()}}));
+}
+
+void TestSettings::cancelPutsTheSnapshotBack_data()
+{
+    QTest::addColumn<bool>("byEscape");
+    QTest::newRow("by the button") << false;
+    QTest::newRow("by Escape") << true;
+}
+
+void TestSettings::cancelPutsTheSnapshotBack()
+{
+    QFETCH(const bool, byEscape);
+    const QJsonObject before = {{u"installPath"_s, m_world->gameFolder()},
+                                {u"launchPath"_s, u"/l"_s},
+                                {u"autoLaunch"_s, false},
+                                {u"wayfaruser"_s, u"anna"_s},
+                                {u"wayfarpasswd"_s, u"secret"_s},
+                                {u"loginFailed"_s, false}};
+    for (auto entry = before.begin(); entry != before.end(); ++entry)
+        m_world->defaults().setObject(entry.key(), entry.value());
+    open();
+    type(u"userNameField"_s, u"x"_s);
+    type(u"passwordField"_s, u"y"_s);
+    press(u"autoLaunchBox"_s);
+    QCOMPARE(usersOwn().value(u"wayfaruser"_s), QJsonValue(u"annax"_s));
+    QCOMPARE(usersOwn().value(u"autoLaunch"_s), QJsonValue(true));
+    m_world->defaults().setObject(PreferenceKeys::launchPath, u"/elsewhere"_s);
+
+    if (byEscape)
+        QTest::keyClick(control(u"passwordField"_s), Qt::Key_Escape);
+    else
+        press(u"cancelButton"_s);
+    QVERIFY(!window());
+    QCOMPARE(usersOwn(), before);
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    QCOMPARE(usersOwn(), before);
+}
+
+void TestSettings::cancelKeepsAKeyThatIsNew()
+{
+    open();
+    type(u"passwordField"_s, u"first"_s);
+    m_world->defaults().setObject(PreferenceKeys::launchPath, u"/first"_s);
+    press(u"cancelButton"_s);
+    QCOMPARE(usersOwn(),
+             (QJsonObject{{u"installPath"_s, m_world->gameFolder()},
+                          {u"launchPath"_s, u"/first"_s},
+                          {u"wayfarpasswd"_s, u"first"_s}}));
+}
+
+void TestSettings::cancelStoresSystemWideValuesAsTheUsersOwn()
+{
+    m_world->write(m_world->path(u"etc/WayfarInstaller/preferences.json"_s), R"({"autoLaunch": true})");
+    UserDefaults defaults;
+    AppDelegate delegate({m_world->hosts(), defaults, m_world->loader(), m_program->workspace, m_program->alert,
+                          m_program->administrator, [] {}});
+    delegate.openSettings();
+    QVERIFY(!usersOwn().contains(u"autoLaunch"_s));
+    delegate.cancelSettings();
+    QCOMPARE(usersOwn().value(u"autoLaunch"_s), QJsonValue(true));
+    QVERIFY(!delegate.settingsWindow());
+}
+
+void TestSettings::cancelWithAnEmptySnapshotOnlyCloses()
+{
+    m_world->write(m_world->preferencesFile(), "{}");
+    m_world->defaults().synchronize();
+    open();
+    press(u"cancelButton"_s);
+    QVERIFY(!window());
+    QCOMPARE(m_world->read(m_world->preferencesFile()), QByteArray("{}"));
+}
+
+void TestSettings::cancelAfterASecondOpeningKeepsTheEditsBeforeIt()
+{
+    m_world->defaults().setObject(PreferenceKeys::userName, u"a"_s);
+    open();
+    type(u"userNameField"_s, u"b"_s);
+    open();
+    type(u"userNameField"_s, u"c"_s);
+    QCOMPARE(usersOwn().value(u"wayfaruser"_s), QJsonValue(u"abc"_s));
+    press(u"cancelButton"_s);
+    QCOMPARE(usersOwn().value(u"wayfaruser"_s), QJsonValue(u"ab"_s));
+}
+
+void TestSettings::theTitleBarKeepsEveryEditWithoutALogin()
+{
+    m_world->defaults().setObject(PreferenceKeys::userName, u"a"_s);
+    m_world->vendor();
+    m_program->delegate.setStatusStr(u"before"_s);
+    open();
+    type(u"userNameField"_s, u"b"_s);
+    window()->windowHandle()->close(); // as the desktop does it
+    QVERIFY(!window());
+    QCOMPARE(usersOwn().value(u"wayfaruser"_s), QJsonValue(u"ab"_s));
+    QVERIFY(m_world->vendor().requests().isEmpty());
+    QCOMPARE(m_program->delegate.statusStr(), u"before"_s);
+    QCOMPARE(m_program->terminations, 0);
+}
+
+void TestSettings::afterClosingItIsLoadedAnew()
+{
+    open();
+    const QPointer<SettingsWindow> first = window();
+    window()->close();
+    QVERIFY(!window());
+    m_world->defaults().setObject(PreferenceKeys::userName, u"later"_s);
+    open();
+    QVERIFY(window() != first);
+    QCOMPARE(window()->findChild<QLineEdit *>(u"userNameField"_s)->text(), u"later"_s);
+    QTRY_VERIFY(!first);
+}
+
+void TestSettings::okLogsInWithWhatWasTypedAndThenCloses()
+{
+    m_world->vendor().addAccount(u"anna"_s, u"pass word"_s, "<p>Welcome, Anna</p>");
+    QVERIFY(m_program->start());
+    m_world->vendor().clearRequests();
+    open();
+    type(u"userNameField"_s, u"anna"_s);
+    type(u"passwordField"_s, u"pass word"_s);
+    bool wasOpen = false;
+    connect(&m_program->delegate, &AppDelegate::statusStrChanged, this, [&] { wasOpen = window(); });
+    QTest::keyClick(control(u"passwordField"_s), Qt::Key_Return);
+
+    QVERIFY(!window());
+    QVERIFY(wasOpen);
+    QCOMPARE(m_world->vendor().requests().size(), 1);
+    QCOMPARE(m_world->vendor().requests("/api/dlCheckUser").size(), 1);
+    QCOMPARE(m_world->read(m_world->supportFolder() + u"/account.html"_s), QByteArray("<p>Welcome, Anna</p>"));
+    QCOMPARE(m_program->delegate.statusStr(), u"Logged in as anna..."_s);
+    QCOMPARE(usersOwn().value(u"wayfarpasswd"_s), QJsonValue(u"pass word"_s));
+}
+
+void TestSettings::okClosesAlsoAfterAFailedLogin()
+{
+    m_world->vendor();
+    QVERIFY(m_program->start());
+    open();
+    type(u"userNameField"_s, u"nobody"_s);
+    press(u"okButton"_s);
+    QVERIFY(!window());
+    QCOMPARE(m_program->delegate.statusStr(), u"Incorrect Login..."_s);
+    QCOMPARE(usersOwn().value(u"loginFailed"_s), QJsonValue(true));
+    QVERIFY(m_program->alert.shown.isEmpty());
+}
+
+void TestSettings::okWithoutAUserNameAsksNobody()
+{
+    m_world->vendor();
+    QVERIFY(m_program->start());
+    m_world->vendor().clearRequests();
+    open();
+    press(u"okButton"_s);
+    QVERIFY(!window());
+    QVERIFY(m_world->vendor().requests().isEmpty());
+    QVERIFY(!usersOwn().contains(u"loginFailed"_s));
+    QCOMPARE(m_program->delegate.statusStr(), u"Logged in as (null)..."_s);
+}
+
+QTEST_MAIN(TestSettings)
+#include "TestSettings.moc"

@@ -72,7 +72,7 @@ void AppDelegate::InstallerUpgradeResult(bool result)
 void AppDelegate::installUpdate()
 {
     const OptionalPath unpackFolder = pathIn(Utility::WayfarInstallerFolder(), u"/update");
-    const NewBundle bundle = NewBundle::of(VersionValue().value_or(QString()), unpackFolder, Bundle::path());
+    const NewBundle bundle = NewBundle::of(VersionValue().value_or(QString()), unpackFolder, m_surroundings.bundlePath);
     {
         const MainThread::Wait wait;
         (void)FileManager::createDirectory(unpackFolder, false);

@@ -34,7 +34,8 @@ Application::Application(const QString &version, const VendorHosts &hosts, const
                           m_instance.release(); // the end may take a moment; the player's next start need not wait
                           QCoreApplication::quit();
                       },
-                  .exit = exitAtOnce})
+                  .exit = exitAtOnce,
+                  .bundlePath = Bundle::path()})
 {
     QCoreApplication::setApplicationName(u"wayfar-installer"_s);
     QCoreApplication::setApplicationVersion(version);

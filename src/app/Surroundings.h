@@ -2,6 +2,8 @@
 
 #include "platform/VendorHosts.h"
 
+#include <QString>
+
 #include <functional>
 
 class Alert;
@@ -10,7 +12,8 @@ class UrlLoader;
 class UserDefaults;
 class Workspace;
 
-// What the delegate works with: the vendor's hosts and the services of the platform. All borrowed; they outlive it.
+// What the delegate works with: the vendor's hosts, the services of the platform (borrowed; they outlive it), and the
+// place it runs from.
 struct Surroundings {
     VendorHosts hosts;
     UserDefaults &defaults;
@@ -20,4 +23,5 @@ struct Surroundings {
     ScriptRunner &scriptRunner;
     std::function<void()> terminate; // the orderly end, from the main thread; it returns
     std::function<void(int)> exit; // the end at once with a status, from any thread; it does not
+    QString bundlePath; // the running bundle: a new installer goes beside it
 };

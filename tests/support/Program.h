@@ -16,7 +16,8 @@ struct Program {
     // world is borrowed.
     explicit Program(TestWorld &world)
         : delegate({world.hosts(), world.defaults(), world.loader(), workspace, alert, administrator,
-                    [this] { ++terminations; }, [this](int status) { exitStatus = status; }})
+                    [this] { ++terminations; }, [this](int status) { exitStatus = status; },
+                    world.path(QStringLiteral("applications/WayfarRoutes_1.2.6.app"))})
     {
         QCoreApplication::setApplicationVersion(QStringLiteral("1.2.6")); // what the vendor publishes: no upgrade
     }

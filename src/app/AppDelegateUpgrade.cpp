@@ -76,6 +76,7 @@ void AppDelegate::installUpdate()
     {
         const MainThread::Wait wait;
         (void)FileManager::createDirectory(unpackFolder, false);
+        FileManager::makeTreeWritable(unpackFolder); // an earlier archive may have brought read-only folders
         ArchiveExtraction::extract(DownloadFile::path(), unpackFolder);
     }
     if (bundle.source && !movetoLocation(*bundle.source, *bundle.destination))

@@ -63,7 +63,7 @@ bool isWorkerStarted()
 // The whole program, in a process of its own; it tells on standard output what happened.
 int runProgram(const QStringList &arguments)
 {
-    Application application({u"wayfar.example"_s, u"download.wayfar.example"_s},
+    Application application(u"1.2.6"_s, {u"wayfar.example"_s, u"download.wayfar.example"_s},
                             {.caFile = arguments.value(2), .connectTo = {arguments.value(3).toLatin1()}});
     QObject context;
     const auto say = [](const QByteArray &line) {
@@ -144,7 +144,7 @@ void TestApplication::verifyWellEnded()
 
 void TestApplication::theProgramHasItsNames()
 {
-    const Application application(m_world->hosts(), m_world->network());
+    const Application application(u"1.2.6"_s, m_world->hosts(), m_world->network());
     QCOMPARE(QCoreApplication::applicationName(), u"wayfar-installer"_s);
     QCOMPARE(QGuiApplication::applicationDisplayName(), u"Wayfar Installer"_s);
     QCOMPARE(QGuiApplication::desktopFileName(), u"wayfar-installer"_s);

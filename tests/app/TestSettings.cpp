@@ -105,8 +105,15 @@ void TestSettings::theSnapshotHoldsEveryVisibleKey()
                    R"({"wayfaruser": "site", "other": true})");
     UserDefaults defaults;
     defaults.setObject(u"unknown"_s, u"kept"_s);
-    AppDelegate delegate({m_world->hosts(), defaults, m_world->loader(), m_program->workspace, m_program->alert,
-                          m_program->administrator, [] {}});
+    AppDelegate delegate({m_world->hosts(),
+                          defaults,
+                          m_world->loader(),
+                          m_program->workspace,
+                          m_program->alert,
+                          m_program->administrator,
+                          [] {},
+                          [](int) {},
+                          {}});
     QCOMPARE(delegate.settingsOldValue(), QJsonObject());
     delegate.openSettings();
     QCOMPARE(delegate.settingsOldValue(),
@@ -176,8 +183,15 @@ void TestSettings::cancelStoresSystemWideValuesAsTheUsersOwn()
 {
     m_world->write(m_world->path(u"etc/WayfarInstaller/preferences.json"_s), R"({"autoLaunch": true})");
     UserDefaults defaults;
-    AppDelegate delegate({m_world->hosts(), defaults, m_world->loader(), m_program->workspace, m_program->alert,
-                          m_program->administrator, [] {}});
+    AppDelegate delegate({m_world->hosts(),
+                          defaults,
+                          m_world->loader(),
+                          m_program->workspace,
+                          m_program->alert,
+                          m_program->administrator,
+                          [] {},
+                          [](int) {},
+                          {}});
     delegate.openSettings();
     QVERIFY(!usersOwn().contains(u"autoLaunch"_s));
     delegate.cancelSettings();

@@ -48,8 +48,15 @@ void TestSettingsEnd::init()
     m_world = std::make_unique<TestWorld>();
     m_world->goOffline();
     m_world->defaults().setObject(PreferenceKeys::userName, u"a"_s);
-    m_delegate = std::make_unique<AppDelegate>(Surroundings{m_world->hosts(), m_world->defaults(), m_world->loader(),
-                                                            m_workspace, m_alert, m_administrator, [] {}});
+    m_delegate = std::make_unique<AppDelegate>(Surroundings{m_world->hosts(),
+                                                            m_world->defaults(),
+                                                            m_world->loader(),
+                                                            m_workspace,
+                                                            m_alert,
+                                                            m_administrator,
+                                                            [] {},
+                                                            [](int) {},
+                                                            {}});
     m_delegate->openSettings();
     QVERIFY(QTest::qWaitForWindowActive(m_delegate->settingsWindow()));
     QTest::keyClicks(control(u"userNameField"_s), u"b"_s);

@@ -72,6 +72,11 @@ VendorServer &TestWorld::vendor()
     return *m_vendor;
 }
 
+void TestWorld::stopVendor()
+{
+    m_vendor.reset();
+}
+
 VendorHosts TestWorld::hosts() const
 {
     return {u"wayfar.example"_s, u"download.wayfar.example"_s};

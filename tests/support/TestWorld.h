@@ -31,6 +31,7 @@ public:
     UserDefaults &defaults() { return *m_defaults; }
     UrlLoader &loader() { return *m_loader; }
     VendorServer &vendor(); // started at the first call
+    void stopVendor(); // nothing answers at its port any more
     VendorHosts hosts() const;
     UrlLoaderSettings network(); // that leads to the vendor
     void useVendor(const UrlLoaderSettings &settings); // instead of network(), for the loader

@@ -125,7 +125,7 @@ int main(int argc, char **argv)
     QDir().mkpath(folder);
     VendorServer vendor({.port = QByteArray(DEMO_PORT).toUShort()});
     QFile::remove(QStringLiteral(DEMO_CA));
-    QFile::copy(vendor.caFile(), QStringLiteral(DEMO_CA));
+    expect(QFile::copy(vendor.caFile(), QStringLiteral(DEMO_CA)), u"the vendor is open"_s);
     vendor.setInstallerVersion("1.3.0");
     playYes(vendor);
     playNo();

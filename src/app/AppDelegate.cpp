@@ -109,9 +109,12 @@ void AppDelegate::closeSplashScreen()
 void AppDelegate::bringToFront()
 {
     for (QWidget *window : QApplication::topLevelWidgets()) {
-        if (window->isVisible())
+        const bool passing = window->windowType() == Qt::Popup || window->windowType() == Qt::ToolTip;
+        if (window->isVisible() && !passing)
             Windows::makeKeyAndOrderFront(*window);
     }
+    if (QWidget *question = QApplication::activeModalWidget()) // nothing else can be used before it is answered
+        Windows::makeKeyAndOrderFront(*question);
 }
 
 void AppDelegate::loadNewsPage()

@@ -54,6 +54,7 @@ void AppDelegate::installNewVersion()
     (void)FileManager::removeItem(extractionFolder);
     (void)FileManager::createDirectory(extractionFolder, false);
     ArchiveExtraction::extract(DownloadFile::path(), extractionFolder);
+    FileManager::makeTreeReadable(extractionFolder); // what can't be read would ask for an administrator
 
     const FilePath addOnFolder = toPath(gameFolder() + u"/_retail_/Interface/AddOns/"_s);
     if (!FileManager::fileExists(addOnFolder))

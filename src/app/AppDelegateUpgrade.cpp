@@ -78,6 +78,8 @@ void AppDelegate::installUpdate()
         (void)FileManager::createDirectory(unpackFolder, false);
         FileManager::makeTreeWritable(unpackFolder); // an earlier archive may have brought read-only folders
         ArchiveExtraction::extract(DownloadFile::path(), unpackFolder);
+        FileManager::makeTreeReadable(unpackFolder);
+        FileManager::makeTreeWritable(unpackFolder); // a read-only folder can't be moved, not even by its owner
     }
     if (bundle.source && !movetoLocation(*bundle.source, *bundle.destination))
         return;

@@ -15,7 +15,7 @@ MainWindow::MainWindow(AppDelegate &delegate) : m_delegate(delegate), m_ui(std::
     setWindowTitle(QGuiApplication::applicationDisplayName());
     m_ui->largeImage->setImage(Bundle::imageNamed(u"large"_s));
     m_ui->smallImage->setImage(Bundle::imageNamed(u"small"_s));
-    dress();
+    Theme::follow(*m_ui->centralWidget, Theme::mainWindowStyle);
     bind();
     connectActions();
 }
@@ -64,22 +64,6 @@ void MainWindow::connectActions()
     connect(m_ui->changeLogButton, &QPushButton::clicked, &m_delegate, &AppDelegate::getLogs);
     connect(m_ui->changeLogAction, &QAction::triggered, &m_delegate, &AppDelegate::getLogs);
     connect(m_ui->quitAction, &QAction::triggered, this, &QWidget::close);
-}
-
-void MainWindow::dress()
-{
-    if (m_dressing)
-        return;
-    m_dressing = true; // a new style sheet is itself a change of style
-    m_ui->centralWidget->setStyleSheet(Theme::mainWindowStyle(palette()));
-    m_dressing = false;
-}
-
-void MainWindow::changeEvent(QEvent *event)
-{
-    if (event->type() == QEvent::PaletteChange)
-        dress();
-    QMainWindow::changeEvent(event);
 }
 
 void MainWindow::showEvent(QShowEvent *event)

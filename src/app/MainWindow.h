@@ -33,15 +33,12 @@ public:
 protected:
     void showEvent(QShowEvent *event) override;
     void closeEvent(QCloseEvent *event) override;
-    void changeEvent(QEvent *event) override;
 
 private:
     void bind();
     void enableMainButton(bool enabled);
     void connectActions();
-    void dress();
 
     AppDelegate &m_delegate;
     const std::unique_ptr<Ui::MainWindow> m_ui;
-    bool m_dressing = false;
 };

@@ -1,6 +1,8 @@
 #include "controls/Theme.h"
 
 #include <QColor>
+#include <QEvent>
+#include <QWidget>
 
 using namespace Qt::StringLiterals;
 
@@ -27,7 +29,41 @@ QColor grooveColor(const QPalette &palette)
 {
     return mixed(palette.color(QPalette::Window), palette.color(QPalette::WindowText), 0.12F);
 }
+
+class Follower : public QObject
+{
+public:
+    Follower(QWidget &widget, Theme::Style style) : QObject(&widget), m_widget(widget), m_style(style)
+    {
+        dress();
+        widget.installEventFilter(this);
+    }
+
+    bool eventFilter(QObject *watched, QEvent *event) override
+    {
+        if (event->type() == QEvent::PaletteChange)
+            dress();
+        return QObject::eventFilter(watched, event);
+    }
+
+private:
+    // A new style sheet is itself a change of the palette.
+    void dress()
+    {
+        const QString sheet = m_style(m_widget.palette());
+        if (sheet != m_widget.styleSheet())
+            m_widget.setStyleSheet(sheet);
+    }
+
+    QWidget &m_widget;
+    const Theme::Style m_style;
+};
 } // namespace
+
+void Theme::follow(QWidget &widget, Style style)
+{
+    new Follower(widget, style);
+}
 
 QString Theme::mainWindowStyle(const QPalette &palette)
 {

@@ -10,8 +10,20 @@
 #include <QPushButton>
 #include <QStyle>
 
+using namespace Qt::StringLiterals;
+
 namespace
 {
+// What the vendor or a tool said may be a page of any length: the box keeps to a size in which its buttons can be
+// reached.
+QString shortened(const QString &text)
+{
+    constexpr qsizetype mostLines = 20;
+    constexpr qsizetype mostCharacters = 1000;
+    QString few = text.left(mostCharacters).section(u'\n', 0, mostLines - 1);
+    return few.size() < text.size() ? few + u"…"_s : few;
+}
+
 int show(const AlertContent &content)
 {
     // Watched: the program's end may delete the window below it, and it too, while it is open.
@@ -19,8 +31,8 @@ int show(const AlertContent &content)
     box->setWindowTitle(QGuiApplication::applicationDisplayName());
     const QIcon ours = QGuiApplication::windowIcon(); // news, good and bad alike: no sign of alarm
     box->setIconPixmap(ours.pixmap(box->style()->pixelMetric(QStyle::PM_MessageBoxIconSize)));
-    box->setText(content.messageText);
-    box->setInformativeText(content.informativeText);
+    box->setText(shortened(content.messageText));
+    box->setInformativeText(shortened(content.informativeText));
     for (QLabel *label : box->findChildren<QLabel *>()) // the box's own setting leaves the informative text out
         label->setTextFormat(Qt::PlainText);
     QPushButton *defaultButton = box->addButton(content.defaultButton, QMessageBox::AcceptRole);

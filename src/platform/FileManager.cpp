@@ -176,6 +176,20 @@ FileError copyEntry(const FilePath &source, const FilePath &destination)
         return copyFile(source, destination, *status);
     return errorOf(EINVAL, source);
 }
+
+void grantOwner(const FilePath &path, mode_t folderRights, mode_t fileRights)
+{
+    const auto status = statusOf(path);
+    if (!status || S_ISLNK(status->st_mode))
+        return;
+    const mode_t rights = S_ISDIR(status->st_mode) ? folderRights : fileRights;
+    if ((status->st_mode & rights) != rights)
+        ::chmod(path.c_str(), (status->st_mode | rights) & 07777);
+    if (!S_ISDIR(status->st_mode))
+        return;
+    for (const FilePath &name : FileManager::contentsOfDirectory(path))
+        grantOwner(path / name, folderRights, fileRights);
+}
 } // namespace
 
 FilePath toPath(const QString &text)
@@ -279,12 +293,14 @@ QList<FilePath> FileManager::contentsOfDirectory(const OptionalPath &path)
 
 void FileManager::makeTreeWritable(const OptionalPath &path)
 {
-    const auto status = path ? statusOf(*path) : std::nullopt;
-    if (!status || !S_ISDIR(status->st_mode))
-        return;
-    ::chmod(path->c_str(), (status->st_mode | S_IRWXU) & 07777);
-    for (const FilePath &name : contentsOfDirectory(path))
-        makeTreeWritable(*path / name);
+    if (path)
+        grantOwner(*path, S_IRWXU, 0);
+}
+
+void FileManager::makeTreeReadable(const OptionalPath &path)
+{
+    if (path)
+        grantOwner(*path, S_IRUSR | S_IXUSR, S_IRUSR);
 }
 
 std::optional<QByteArray> FileManager::contentsOfFile(const OptionalPath &path)
@@ -295,7 +311,7 @@ std::optional<QByteArray> FileManager::contentsOfFile(const OptionalPath &path)
     struct stat status = {};
     QFile file;
     if (opened.number < 0 || ::fstat(opened.number, &status) != 0 || !S_ISREG(status.st_mode)
-        || !file.open(opened.number, QIODevice::ReadOnly))
+        || status.st_size > MostInMemory || !file.open(opened.number, QIODevice::ReadOnly))
         return std::nullopt;
     const QByteArray bytes = file.readAll();
     return file.error() == QFileDevice::NoError ? std::optional(bytes) : std::nullopt;

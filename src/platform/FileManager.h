@@ -54,8 +54,12 @@ bool isDirectory(const OptionalPath &path); // follows links
 QList<FilePath> contentsOfDirectory(const OptionalPath &path);
 // Gives the owner every right on the folders of a tree, so that it can be removed again.
 void makeTreeWritable(const OptionalPath &path);
+// Lets the owner read all of a tree. An archive may bring anything, and what can't be read would fail a copy with the
+// very code that an administrator is asked for.
+void makeTreeReadable(const OptionalPath &path);
 
-// Nothing for anything but a readable plain file.
+constexpr qint64 MostInMemory = 64 * 1024 * 1024;
+// Nothing for anything but a readable plain file of at most that many bytes.
 std::optional<QByteArray> contentsOfFile(const OptionalPath &path);
 [[nodiscard]] FileError createEmptyFile(const OptionalPath &path); // empties an existing one
 // False, and no file made, when there is none at the path.

@@ -3,6 +3,7 @@
 #include <QAbstractButton>
 #include <QApplication>
 #include <QEventLoop>
+#include <QPointer>
 #include <QThread>
 #include <QTimer>
 #include <QWidget>
@@ -86,8 +87,11 @@ void dropInput()
 
 void paintWindows()
 {
-    for (QWidget *window : QApplication::topLevelWidgets()) {
-        if (window->isVisible() && !window->isMinimized())
+    QList<QPointer<QWidget>> windows; // one may go while another is waited for
+    for (QWidget *window : QApplication::topLevelWidgets())
+        windows.append(window);
+    for (const QPointer<QWidget> &window : windows) {
+        if (window && window->isVisible() && !window->isMinimized())
             MainThread::waitUntilShown(*window);
     }
 }

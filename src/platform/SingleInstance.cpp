@@ -1,5 +1,7 @@
 #include "platform/SingleInstance.h"
 
+#include "platform/SystemLog.h"
+
 #include <QCoreApplication>
 #include <QCryptographicHash>
 #include <QDeadlineTimer>
@@ -19,17 +21,11 @@ using namespace std::chrono_literals;
 
 namespace
 {
-// The one that runs may not listen yet, when both were started by the same double click.
-void tellRunning(const QString &socket)
+bool tellRunning(const QString &socket)
 {
-    const QDeadlineTimer limit(3s);
-    while (!limit.hasExpired()) {
-        QLocalSocket running;
-        running.connectToServer(socket); // to be connected is the whole message
-        if (running.waitForConnected(1000))
-            return;
-        QThread::msleep(20);
-    }
+    QLocalSocket running;
+    running.connectToServer(socket); // to be connected is the whole message
+    return running.waitForConnected(1000);
 }
 } // namespace
 
@@ -47,11 +43,15 @@ SingleInstance::SingleInstance(const QString &folder, const QString &key)
     }
     const QByteArray hash = QCryptographicHash::hash(key.toUtf8(), QCryptographicHash::Sha256).toHex().first(16);
     const QString name = folder + u"/wayfar-installer-"_s + QString::fromLatin1(hash);
+    // The one that runs may not listen yet, when both were started by the same double click; or it may just be ending.
+    const QDeadlineTimer limit(3s);
     m_first = takeLock(name + u".lock"_s);
+    while (!m_first && !tellRunning(name + u".socket"_s) && !limit.hasExpired()) {
+        QThread::msleep(20);
+        m_first = takeLock(name + u".lock"_s);
+    }
     if (m_first)
         listen(name + u".socket"_s);
-    else
-        tellRunning(name + u".socket"_s);
 }
 
 SingleInstance::~SingleInstance()
@@ -69,7 +69,8 @@ void SingleInstance::release()
 // Where there is no lock to be had at all, the program starts all the same.
 bool SingleInstance::takeLock(const QString &file)
 {
-    m_lock = ::open(QFile::encodeName(file).constData(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+    if (m_lock < 0)
+        m_lock = ::open(QFile::encodeName(file).constData(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
     return m_lock < 0 || ::flock(m_lock, LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK;
 }
 
@@ -81,5 +82,6 @@ void SingleInstance::listen(const QString &socket)
         m_server.nextPendingConnection()->deleteLater();
         Q_EMIT anotherStarted();
     });
-    m_server.listen(socket);
+    if (!m_server.listen(socket))
+        SystemLog::write(u"A second start can't call this one: "_s + m_server.errorString());
 }

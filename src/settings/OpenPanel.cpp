@@ -45,15 +45,17 @@ OpenPanel::OpenPanel(Choice choice, const QString &current, QWidget *parent)
     connect(new QShortcut(QKeySequence(Qt::CTRL | Qt::Key_H), this), &QShortcut::activated, this,
             &OpenPanel::toggleHidden);
     if (choice == Files)
-        connect(this, &QFileDialog::directoryEntered, this, &OpenPanel::chooseBundle);
+        connect(this, &QFileDialog::directoryEntered, this, &OpenPanel::folderEntered);
 }
 
-void OpenPanel::openAt(const QString &current)
+void OpenPanel::openAt(const QString &stored)
 {
+    const QString current = QDir::cleanPath(stored); // a slash at its end would be a name of its own
     QFileInfo place(current.isEmpty() ? QDir::homePath() : m_choice == Files ? QFileInfo(current).path() : current);
     while (!place.isDir() && !place.isRoot())
         place.setFile(place.path());
     setDirectory(place.filePath());
+    m_folder = place.absoluteFilePath();
     if (m_choice == Files && QFileInfo::exists(current))
         selectFile(current);
 }
@@ -92,11 +94,17 @@ void OpenPanel::accept()
         QFileDialog::accept();
 }
 
-// A bundle is one thing, whether its button, Return or a double click was used on it.
+// A bundle is one thing, whether its button, Return or a double click was used on it. From inside, though, the way up
+// leads through it.
+void OpenPanel::folderEntered(const QString &path)
+{
+    const QString before = std::exchange(m_folder, path);
+    if (isBundle(path) && !(before + u'/').startsWith(path + u'/'))
+        chooseBundle(path);
+}
+
 void OpenPanel::chooseBundle(const QString &path)
 {
-    if (!isBundle(path))
-        return;
     m_bundle = path;
     QDialog::accept();
 }

@@ -21,11 +21,13 @@ protected:
     void accept() override;
 
 private:
-    void openAt(const QString &current);
+    void openAt(const QString &stored);
     void addPlaces();
     void toggleHidden();
+    void folderEntered(const QString &path);
     void chooseBundle(const QString &path);
 
     const Choice m_choice;
+    QString m_folder; // shown last
     QString m_bundle;
 };

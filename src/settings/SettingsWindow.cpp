@@ -14,7 +14,7 @@ SettingsWindow::SettingsWindow(UserDefaults &defaults, QWidget *parent)
 {
     m_ui->setupUi(this);
     setAttribute(Qt::WA_DeleteOnClose);
-    setStyleSheet(Theme::settingsStyle(palette()));
+    Theme::follow(*this, Theme::settingsStyle);
     showStored();
     bindControls();
     connectButtons();

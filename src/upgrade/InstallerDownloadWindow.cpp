@@ -11,7 +11,7 @@
 InstallerDownloadWindow::InstallerDownloadWindow() : m_ui(std::make_unique<Ui::InstallerDownloadWindow>())
 {
     m_ui->setupUi(this);
-    setStyleSheet(Theme::downloadStyle(palette()));
+    Theme::follow(*this, Theme::downloadStyle);
     m_ui->iconLabel->setPixmap(Bundle::icon().pixmap(48));
 }
 

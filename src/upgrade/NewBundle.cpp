@@ -5,8 +5,9 @@
 NewBundle NewBundle::of(const QString &version, const OptionalPath &unpackFolder, const QString &runningBundle)
 {
     // A bundle's name is one name: a slash would make it a path, a null would end it early.
-    if (!unpackFolder || version.contains(u'/') || version.contains(QChar(0)))
+    if (version.contains(u'/') || version.contains(QChar(0)))
         return {};
     const FilePath name = toPath(Text::filled(u"WayfarRoutes_%@.app", {version}));
-    return {*unpackFolder / name, toPath(runningBundle).parent_path() / name};
+    return {unpackFolder ? OptionalPath(*unpackFolder / name) : std::nullopt,
+            toPath(runningBundle).parent_path() / name};
 }

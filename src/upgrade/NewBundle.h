@@ -7,7 +7,7 @@ struct NewBundle {
     OptionalPath source;
     OptionalPath destination;
 
-    // unpackFolder: where the archive was unpacked; nothing without a support folder. Both paths are nothing when the
-    // version, which comes from the network, would lead out of the two folders.
+    // unpackFolder: where the archive was unpacked; nothing without a support folder, and no source then. Both paths
+    // are nothing when the version, which comes from the network, would lead out of the two folders.
     static NewBundle of(const QString &version, const OptionalPath &unpackFolder, const QString &runningBundle);
 };

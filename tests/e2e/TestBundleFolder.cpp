@@ -49,6 +49,8 @@ void TestBundleFolder::theMenuEntryStartsTheStarterWhateverTheFolderIsCalled_dat
     QTest::newRow("quotes") << u"my \"best\" games"_s;
     QTest::newRow("apostrophe") << u"rowan's games"_s;
     QTest::newRow("backslash") << u"a\\b games"_s;
+    QTest::newRow("backslash before an escape's letter") << u"a\\new games"_s;
+    QTest::newRow("equals sign") << u"a=b games"_s;
     QTest::newRow("backquote") << u"a`b games"_s;
     QTest::newRow("ampersand and bar") << u"a&b|c games"_s;
     QTest::newRow("beyond ASCII") << u"Spiele für Rowan"_s;

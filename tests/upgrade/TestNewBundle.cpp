@@ -13,7 +13,7 @@ private Q_SLOTS:
     void theVersionIsInTheName();
     void aVersionThatIsNoNameGivesNoPaths_data();
     void aVersionThatIsNoNameGivesNoPaths();
-    void withoutAnUnpackFolderThereIsNoBundle();
+    void withoutAnUnpackFolderThereIsNoSource();
     void aBundleAtTheRootHasItsNeighbourThere();
 };
 
@@ -67,11 +67,11 @@ void TestNewBundle::aVersionThatIsNoNameGivesNoPaths()
     QVERIFY(!bundle.destination);
 }
 
-void TestNewBundle::withoutAnUnpackFolderThereIsNoBundle()
+void TestNewBundle::withoutAnUnpackFolderThereIsNoSource()
 {
     const NewBundle bundle = NewBundle::of(u"1.3"_s, std::nullopt, running);
     QVERIFY(!bundle.source);
-    QVERIFY(!bundle.destination);
+    QVERIFY(bundle.destination);
 }
 
 void TestNewBundle::aBundleAtTheRootHasItsNeighbourThere()

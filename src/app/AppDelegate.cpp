@@ -164,7 +164,7 @@ void AppDelegate::windowWillClose(const QObject *closing)
 }
 
 // The panes show our own pages and stay on them: everything on the web opens in the player's browser.
-bool AppDelegate::decidePolicyForNavigationAction(const QUrl &url)
+bool AppDelegate::webViewDecidePolicyForNavigationAction(const QUrl &url)
 {
     if (url.host().isEmpty())
         return true;

@@ -89,7 +89,7 @@ public:
     void getLogs();
     void bannerClick();
     void windowWillClose(const QObject *closing);
-    bool decidePolicyForNavigationAction(const QUrl &url) override;
+    bool webViewDecidePolicyForNavigationAction(const QUrl &url) override;
 
     // The pack.
     void updateVersionText();

@@ -1,13 +1,12 @@
 #include "controls/ElidedLabel.h"
 
-#include <QAccessible>
 #include <QFontMetrics>
 #include <QPainter>
 #include <QTextDocument>
 
 using namespace Qt::StringLiterals;
 
-ElidedLabel::ElidedLabel(QWidget *parent) : QFrame(parent)
+ElidedLabel::ElidedLabel(QWidget *parent) : QLabel(parent)
 {
     setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
 }
@@ -19,7 +18,7 @@ void ElidedLabel::setText(const QString &text)
     m_text = text;
     // Escaped alone it would show its entities: a tool tip takes a text without tags for plain.
     setToolTip(text.isEmpty() ? QString() : Qt::convertFromPlainText(shownText(), Qt::WhiteSpaceNormal));
-    setAccessibleDescription(shownText()); // the name says what it is, the description what it reads
+    setAccessibleDescription(shownText());
     updateGeometry();
     update();
 }

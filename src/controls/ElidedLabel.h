@@ -1,10 +1,10 @@
 #pragma once
 
-#include <QFrame>
+#include <QLabel>
 
 // One line of plain text, cut with an ellipsis where the room ends; the tool tip has more of it. For texts from
 // outside: neither their length nor their content can change the layout.
-class ElidedLabel : public QFrame
+class ElidedLabel : public QLabel
 {
     Q_OBJECT
     Q_PROPERTY(QString text READ text WRITE setText)

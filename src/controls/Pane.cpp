@@ -109,7 +109,7 @@ protected:
     QStringList chooseFiles(FileSelectionMode, const QStringList &, const QStringList &) override { return {}; }
 
 private:
-    bool mayGoTo(const QUrl &url) { return policy && policy->decidePolicyForNavigationAction(url); }
+    bool mayGoTo(const QUrl &url) { return policy && policy->webViewDecidePolicyForNavigationAction(url); }
 };
 
 Pane::Pane(QWidget *parent)

@@ -12,7 +12,7 @@ class NavigationPolicy
 public:
     virtual ~NavigationPolicy() = default;
     // True: the pane may go there. False: it stays where it is.
-    virtual bool decidePolicyForNavigationAction(const QUrl &url) = 0;
+    virtual bool webViewDecidePolicyForNavigationAction(const QUrl &url) = 0;
 };
 
 // A web view for pages that we wrote to disk and did not write ourselves: their scripts can't read the disk, open

@@ -285,7 +285,7 @@ void TestMainWindow::addressesWithAHostOpenInTheBrowser()
 {
     QFETCH(const QString, address);
     QFETCH(const bool, inThePane);
-    QCOMPARE(delegate().decidePolicyForNavigationAction(QUrl(address)), inThePane);
+    QCOMPARE(delegate().webViewDecidePolicyForNavigationAction(QUrl(address)), inThePane);
     QCOMPARE(m_program->workspace.urls, inThePane ? QList<QUrl>() : QList<QUrl>{QUrl(address)});
 }
 

@@ -17,7 +17,7 @@ namespace
 class RecordingPolicy : public NavigationPolicy
 {
 public:
-    bool decidePolicyForNavigationAction(const QUrl &url) override
+    bool webViewDecidePolicyForNavigationAction(const QUrl &url) override
     {
         if (url.host().isEmpty())
             return true;

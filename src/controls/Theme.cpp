@@ -36,7 +36,7 @@ public:
     Follower(QWidget &widget, Theme::Style style) : QObject(&widget), m_widget(widget), m_style(style)
     {
         dress();
-        widget.installEventFilter(this);
+        widget.window()->installEventFilter(this); // a style sheet keeps the desktop's changes from a widget in it
     }
 
     bool eventFilter(QObject *watched, QEvent *event) override
@@ -50,7 +50,7 @@ private:
     // A new style sheet is itself a change of the palette.
     void dress()
     {
-        const QString sheet = m_style(m_widget.palette());
+        const QString sheet = m_style(m_widget.window()->palette());
         if (sheet != m_widget.styleSheet())
             m_widget.setStyleSheet(sheet);
     }

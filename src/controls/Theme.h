@@ -9,7 +9,8 @@ class QWidget;
 namespace Theme
 {
 using Style = QString (*)(const QPalette &);
-// Dresses the widget in the style now and whenever its palette changes, as between light and dark.
+// Dresses the widget in the style now and whenever its window's palette changes, as between light and dark. The widget
+// has its place in the window already.
 void follow(QWidget &widget, Style style);
 
 QString mainWindowStyle(const QPalette &palette);

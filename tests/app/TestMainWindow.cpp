@@ -1,9 +1,11 @@
+#include "support/DarkDesktop.h"
 #include "support/PageScript.h"
 #include "support/Program.h"
 
 #include "controls/CursorButtons.h"
 #include "controls/ElidedLabel.h"
 #include "controls/ImageView.h"
+#include "controls/Theme.h"
 #include "pack/WayfarUpdateInstaller.h"
 #include "platform/Bundle.h"
 #include "settings/PreferenceKeys.h"
@@ -67,6 +69,7 @@ private Q_SLOTS:
     void aVisibleLabelIsTheName();
     void shownTextsAreDescriptions();
     void theKeyboardGoesThroughTheWindowInOrder();
+    void itFollowsAChangeToDarkAndBack();
 
 private:
     AppDelegate &delegate() { return m_program->delegate; }
@@ -364,6 +367,18 @@ void TestMainWindow::theKeyboardGoesThroughTheWindowInOrder()
             visited.append(name);
     }
     QCOMPARE(visited, order);
+}
+
+void TestMainWindow::itFollowsAChangeToDarkAndBack()
+{
+    const auto *const content = delegate().window()->findChild<QWidget *>(u"centralWidget"_s);
+    const QString light = content->styleSheet();
+    {
+        const DarkDesktop dark;
+        QTRY_COMPARE(content->styleSheet(), Theme::mainWindowStyle(QApplication::palette()));
+        QVERIFY(content->styleSheet() != light);
+    }
+    QTRY_COMPARE(content->styleSheet(), light);
 }
 
 QTEST_MAIN(TestMainWindow)

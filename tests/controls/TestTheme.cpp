@@ -1,6 +1,9 @@
 #include "controls/Theme.h"
 
+#include "support/DarkDesktop.h"
+
 #include <QColor>
+#include <QLabel>
 #include <QRegularExpression>
 #include <QTest>
 #include <QWidget>
@@ -69,6 +72,8 @@ private Q_SLOTS:
     void theProgressCanBeSeen_data() { addPalettes(); }
     void theProgressCanBeSeen();
     void theStyleFollowsTheDesktop();
+    void aWidgetFollowsTheDesktop_data();
+    void aWidgetFollowsTheDesktop();
 };
 
 void TestTheme::theStyleIsUnderstoodWhole()
@@ -114,6 +119,39 @@ void TestTheme::theStyleFollowsTheDesktop()
     QPalette marked = light;
     marked.setColor(QPalette::Highlight, u"#123456"_s);
     QCOMPARE(colour(marked, u"CursorButtons:focus"_s, u"border-color"_s), QColor(u"#123456"_s));
+}
+
+void TestTheme::aWidgetFollowsTheDesktop_data()
+{
+    QTest::addColumn<bool>("inAWindow");
+    QTest::addColumn<bool>("shown");
+    QTest::newRow("a window") << false << true;
+    QTest::newRow("a window not shown yet") << false << false;
+    QTest::newRow("a widget in a window") << true << true;
+    QTest::newRow("a widget in a window not shown yet") << true << false;
+}
+
+void TestTheme::aWidgetFollowsTheDesktop()
+{
+    QFETCH(const bool, inAWindow);
+    QFETCH(const bool, shown);
+    QWidget window;
+    auto *const content = new QWidget(&window);
+    const auto *const text = new QLabel(u"text"_s, content);
+    QWidget &followed = inAWindow ? *content : window;
+    Theme::follow(followed, Theme::mainWindowStyle);
+    window.setVisible(shown);
+    const QString before = followed.styleSheet();
+    const QColor textBefore = text->palette().color(QPalette::WindowText);
+    QCOMPARE(before, Theme::mainWindowStyle(QApplication::palette()));
+    {
+        const DarkDesktop desktop;
+        QTRY_COMPARE(followed.styleSheet(), Theme::mainWindowStyle(QApplication::palette()));
+        QVERIFY(followed.styleSheet() != before);
+        QCOMPARE(text->palette().color(QPalette::WindowText), QApplication::palette().color(QPalette::WindowText));
+    }
+    QTRY_COMPARE(followed.styleSheet(), before);
+    QCOMPARE(text->palette().color(QPalette::WindowText), textBefore);
 }
 
 QTEST_MAIN(TestTheme)

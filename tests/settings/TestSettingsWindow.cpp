@@ -1,7 +1,9 @@
 #include "settings/SettingsWindow.h"
 
 #include "controls/ElidedLabel.h"
+#include "controls/Theme.h"
 #include "settings/PreferenceKeys.h"
+#include "support/DarkDesktop.h"
 #include "support/TestWorld.h"
 
 #include <QCheckBox>
@@ -47,7 +49,10 @@ private Q_SLOTS:
     void aBrowseButtonNamesItsPreference();
     void returnIsOkAndEscapeIsCancel_data();
     void returnIsOkAndEscapeIsCancel();
+    void returnOnAButtonPressesItAndNotOk_data();
+    void returnOnAButtonPressesItAndNotOk();
     void theTitleBarOnlyCloses();
+    void itFollowsAChangeToDarkAndBack();
 
 private:
     void open();
@@ -340,6 +345,35 @@ void TestSettingsWindow::returnIsOkAndEscapeIsCancel()
     QCOMPARE(cancels.size(), 1);
 }
 
+void TestSettingsWindow::returnOnAButtonPressesItAndNotOk_data()
+{
+    QTest::addColumn<QString>("button");
+    for (const QString &name : {u"cancelButton"_s, u"repairButton"_s, u"detectButton"_s, u"showPasswordButton"_s,
+                                u"installPathButton"_s, u"launchPathButton"_s})
+        QTest::newRow(qPrintable(name)) << name;
+}
+
+void TestSettingsWindow::returnOnAButtonPressesItAndNotOk()
+{
+    QFETCH(const QString, button);
+    open();
+    QPushButton *const pressed = control(button);
+    for (const Qt::Key key : {Qt::Key_Return, Qt::Key_Enter}) {
+        pressed->setFocus();
+        const QSignalSpy okays(m_window, &SettingsWindow::okayPressed);
+        const QSignalSpy presses(pressed, &QPushButton::clicked);
+        QTest::keyClick(pressed, key);
+        QCOMPARE(presses.size(), 1);
+        QCOMPARE(okays.size(), 0);
+    }
+    control<QLineEdit>(u"userNameField"_s)->setFocus(); // and there it is OK again
+    const QSignalSpy okays(m_window, &SettingsWindow::okayPressed);
+    const QSignalSpy presses(pressed, &QPushButton::clicked);
+    QTest::keyClick(m_window->focusWidget(), Qt::Key_Return);
+    QCOMPARE(okays.size(), 1);
+    QCOMPARE(presses.size(), 0);
+}
+
 void TestSettingsWindow::theTitleBarOnlyCloses()
 {
     open();
@@ -351,6 +385,18 @@ void TestSettingsWindow::theTitleBarOnlyCloses()
     QCOMPARE(okays.size(), 0);
     QCOMPARE(cancels.size(), 0);
     QTRY_VERIFY(!m_window);
+}
+
+void TestSettingsWindow::itFollowsAChangeToDarkAndBack()
+{
+    open();
+    const QString light = m_window->styleSheet();
+    {
+        const DarkDesktop dark;
+        QTRY_COMPARE(m_window->styleSheet(), Theme::settingsStyle(QApplication::palette()));
+        QVERIFY(m_window->styleSheet() != light);
+    }
+    QTRY_COMPARE(m_window->styleSheet(), light);
 }
 
 QTEST_MAIN(TestSettingsWindow)

@@ -1,6 +1,8 @@
 #include "upgrade/InstallerDownloadWindow.h"
 
 #include "controls/ElidedLabel.h"
+#include "controls/Theme.h"
+#include "support/DarkDesktop.h"
 
 #include <QProgressBar>
 #include <QTest>
@@ -21,6 +23,7 @@ private Q_SLOTS:
     void theTextStandsAsItIs();
     void aTextOfAnyLengthLeavesTheWindowAsItIs();
     void closingHidesItAndLeavesItWhole();
+    void itFollowsAChangeToDarkAndBack();
 
 private:
     static QProgressBar &barOf(const InstallerDownloadWindow &window) { return *window.findChild<QProgressBar *>(); }
@@ -99,6 +102,19 @@ void TestInstallerDownloadWindow::closingHidesItAndLeavesItWhole()
     window.showText(u"still there"_s);
     QCOMPARE(barOf(window).value(), 70);
     QVERIFY(window.close()); // a second time, as at the end of the download
+}
+
+void TestInstallerDownloadWindow::itFollowsAChangeToDarkAndBack()
+{
+    InstallerDownloadWindow window;
+    window.show();
+    const QString light = window.styleSheet();
+    {
+        const DarkDesktop dark;
+        QTRY_COMPARE(window.styleSheet(), Theme::downloadStyle(QApplication::palette()));
+        QVERIFY(window.styleSheet() != light);
+    }
+    QTRY_COMPARE(window.styleSheet(), light);
 }
 
 QTEST_MAIN(TestInstallerDownloadWindow)

@@ -6,6 +6,7 @@
 #include "settings/PreferenceKeys.h"
 
 #include <QApplication>
+#include <QDir>
 #include <QProcess>
 #include <QTest>
 #include <QTimer>
@@ -19,6 +20,7 @@ namespace
 {
 constexpr auto FlagsVariable = "QTWEBENGINE_CHROMIUM_FLAGS";
 const QString closingEachWindow = u"--close-each-window"_s;
+const QString waitingForASecondStart = u"--wait-for-a-second-start"_s;
 const QString endingDuringTheStart = u"--end-during-the-start"_s;
 
 template<typename Window> Window *visibleWindow()
@@ -66,10 +68,12 @@ int runProgram(const QStringList &arguments)
     Application application(u"1.2.6"_s, {u"wayfar.example"_s, u"download.wayfar.example"_s},
                             {.caFile = arguments.value(2), .connectTo = {arguments.value(3).toLatin1()}});
     QObject context;
+    QObject *const surroundings = &context;
     const auto say = [](const QByteArray &line) {
         std::puts(line.constData());
         std::fflush(stdout);
     };
+    const bool waits = arguments.value(1) == waitingForASecondStart;
     const bool endsEarly = arguments.value(1) == endingDuringTheStart;
     whenever(
         context, [] { return visibleWindow<SplashScreen>() && isWorkerStarted(); },
@@ -85,7 +89,18 @@ int runProgram(const QStringList &arguments)
         [=] {
             say("main window: " + visibleWindow<MainWindow>()->windowTitle().toUtf8());
             say("flags: " + qgetenv(FlagsVariable));
-            visibleWindow<MainWindow>()->close();
+            if (!waits) {
+                visibleWindow<MainWindow>()->close();
+                return;
+            }
+            visibleWindow<MainWindow>()->showMinimized();
+            say("minimized");
+            whenever(
+                *surroundings, [] { return !visibleWindow<MainWindow>()->isMinimized(); },
+                [=] {
+                    say("in front again");
+                    visibleWindow<MainWindow>()->close();
+                });
         });
     return application.exec();
 }
@@ -103,6 +118,7 @@ private Q_SLOTS:
     void theMainWindowsEndAndNoOtherEndsTheProgram();
     void theDesktopsFlagForTheWebEngineIsKept();
     void anEndDuringTheStartDoesNotWaitForTheVendor();
+    void aSecondStartEndsWellAndBringsTheFirstToTheFront();
 
 private:
     void start(const QString &mode);
@@ -183,11 +199,33 @@ void TestApplication::anEndDuringTheStartDoesNotWaitForTheVendor()
     QVERIFY(!output().contains("main window"));
 }
 
+void TestApplication::aSecondStartEndsWellAndBringsTheFirstToTheFront()
+{
+    const QString runtime = m_world->path(u"run"_s);
+    QVERIFY(QDir().mkdir(runtime));
+    QVERIFY(QFile::setPermissions(runtime, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(u"XDG_RUNTIME_DIR"_s, runtime);
+    m_program->setProcessEnvironment(environment);
+    start(waitingForASecondStart);
+    QTRY_VERIFY_WITH_TIMEOUT(output().contains("minimized"), 20000);
+
+    QProcess second;
+    second.setProcessEnvironment(environment);
+    second.start(m_program->program(), m_program->arguments());
+    QVERIFY(second.waitForFinished(20000));
+    QCOMPARE(second.exitStatus(), QProcess::NormalExit);
+    QCOMPARE(second.exitCode(), 0);
+    QCOMPARE(second.readAllStandardOutput(), QByteArray()); // no window of its own
+    verifyWellEnded();
+    QVERIFY(output().contains("in front again\n"));
+}
+
 int main(int argc, char **argv)
 {
     QApplication qt(argc, argv);
     const QString mode = qt.arguments().value(1);
-    if (mode == closingEachWindow || mode == endingDuringTheStart)
+    if (mode == closingEachWindow || mode == endingDuringTheStart || mode == waitingForASecondStart)
         return runProgram(qt.arguments());
     TestApplication test;
     return QTest::qExec(&test, argc, argv);

@@ -64,6 +64,9 @@ private Q_SLOTS:
     void aMissingUpdateFolderIsMade();
     void theUnpackGoesOverAnEarlierOne();
     void anEarlierReadOnlyFolderDoesNotKeepItsOldContent();
+    void oddModesInTheArchiveAskForNoAdministrator_data();
+    void oddModesInTheArchiveAskForNoAdministrator();
+    void aFileThatNobodyMayReadIsMadeReadable();
     void anArchiveWithoutTheBundleLeavesEverything_data();
     void anArchiveWithoutTheBundleLeavesEverything();
     void theBundleOfAnEarlierUnpackIsTakenWhenTheArchiveHasNone();
@@ -126,6 +129,56 @@ void TestInstallerReplacement::anEarlierReadOnlyFolderDoesNotKeepItsOldContent()
     test.world.write(folder + u"/version"_s, "an earlier one");
     QCOMPARE(::chmod(QFile::encodeName(folder).constData(), 0555), 0);
     test.install(u"1.3.0"_s, Replacement::archiveOf(u"1.3.0"_s));
+    QCOMPARE(test.journal, test.launchThenEnd(u"1.3.0"_s));
+    QCOMPARE(test.versionIn(test.newBundle(u"1.3.0"_s)), "1.3.0");
+}
+
+void TestInstallerReplacement::oddModesInTheArchiveAskForNoAdministrator_data()
+{
+    QTest::addColumn<QByteArray>("change"); // in the bundle, before it is packed
+    QTest::addColumn<bool>("otherDisk");
+    for (const bool otherDisk : {false, true}) {
+        const char *const disk = otherDisk ? "another disk" : "the same disk";
+        QTest::addRow("the bundle's folder read-only, %s", disk) << QByteArray("chmod 555 .") << otherDisk;
+        QTest::addRow("a folder in it read-only, %s", disk) << QByteArray("chmod 555 usr") << otherDisk;
+        QTest::addRow("all of it read-only, %s", disk) << QByteArray("chmod -R a-w .") << otherDisk;
+    }
+}
+
+void TestInstallerReplacement::oddModesInTheArchiveAskForNoAdministrator()
+{
+    QFETCH(const QByteArray, change);
+    QFETCH(const bool, otherDisk);
+    m_test.reset();
+    const OrdinaryProcess player;
+    const QByteArray archive = zipOf("mkdir -p WayfarRoutes_1.3.0.app/usr; cd WayfarRoutes_1.3.0.app; "
+                                     "printf '#!/bin/sh\\n' >AppRun; chmod 755 AppRun; "
+                                     "printf 1.3.0 >usr/version; "
+                                     + change + "; cd ..");
+    Replacement test;
+    std::optional<OtherDisk> disk;
+    if (otherDisk)
+        disk.emplace();
+    test.world.write((disk ? disk->updateFolder() : test.updateFolder()) + u"/../download.zip"_s, archive);
+    test.install(u"1.3.0"_s, std::nullopt);
+    QCOMPARE(test.journal, test.launchThenEnd(u"1.3.0"_s));
+    QCOMPARE(test.versionIn(test.newBundle(u"1.3.0"_s)), "1.3.0");
+    QVERIFY(QDir(disk ? disk->updateFolder() : test.updateFolder()).isEmpty());
+}
+
+// A copy to another disk would fail with the very code that an administrator is asked for.
+void TestInstallerReplacement::aFileThatNobodyMayReadIsMadeReadable()
+{
+    m_test.reset();
+    const OrdinaryProcess player;
+    Replacement test;
+    const OtherDisk disk;
+    // Left by an earlier unpack, since no archiver of the player's could pack it.
+    test.world.write(disk.updateFolder() + u"/../download.zip"_s, "no archive");
+    const QString unpacked = disk.updateFolder() + u'/' + Replacement::nameOf(u"1.3.0"_s);
+    test.world.write(unpacked + u"/usr/version"_s, "1.3.0");
+    QCOMPARE(::chmod(QFile::encodeName(unpacked + u"/usr/version"_s).constData(), 0), 0);
+    test.install(u"1.3.0"_s, std::nullopt);
     QCOMPARE(test.journal, test.launchThenEnd(u"1.3.0"_s));
     QCOMPARE(test.versionIn(test.newBundle(u"1.3.0"_s)), "1.3.0");
 }

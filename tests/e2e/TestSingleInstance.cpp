@@ -1,5 +1,6 @@
 #include "platform/SingleInstance.h"
 
+#include <QDir>
 #include <QProcess>
 #include <QSignalSpy>
 #include <QTemporaryDir>
@@ -7,7 +8,24 @@
 
 #include <memory>
 
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
 using namespace Qt::StringLiterals;
+
+namespace
+{
+bool hasOpen(qint64 process, const QString &file)
+{
+    const QDir open(u"/proc/%1/fd"_s.arg(process));
+    for (const QFileInfo &entry : open.entryInfoList(QDir::Files | QDir::System)) {
+        if (entry.symLinkTarget() == file)
+            return true;
+    }
+    return false;
+}
+} // namespace
 
 class TestSingleInstance : public QObject
 {
@@ -20,6 +38,9 @@ private Q_SLOTS:
     void theEndOfTheFirstFreesThePlace();
     void aKilledProgramLeavesNothingInTheWay();
     void withoutAFolderTheProgramStartsAllTheSame();
+    void aReleasedPlaceIsFreeAtOnce();
+    void aStartDuringTheEndOfTheFirstTakesThePlace();
+    void withNoFolderToMeetInEveryStartIsTheFirst();
 };
 
 void TestSingleInstance::theFirstOfItsKindMayRun()
@@ -79,6 +100,54 @@ void TestSingleInstance::withoutAFolderTheProgramStartsAllTheSame()
 {
     const SingleInstance first(u"/nowhere/at/all"_s, u"/a/program"_s);
     QVERIFY(first.isFirst());
+}
+
+void TestSingleInstance::aReleasedPlaceIsFreeAtOnce()
+{
+    const QTemporaryDir folder;
+    SingleInstance ending(folder.path(), u"/a/program"_s);
+    QSignalSpy called(&ending, &SingleInstance::anotherStarted);
+    ending.release();
+    const SingleInstance next(folder.path(), u"/a/program"_s);
+    QVERIFY(next.isFirst());
+    QSignalSpy nextCalled(&next, &SingleInstance::anotherStarted);
+    ending.release(); // once more, as the end of the object does: not the next one's
+    const SingleInstance third(folder.path(), u"/a/program"_s);
+    QVERIFY(!third.isFirst());
+    QVERIFY(nextCalled.wait());
+    QCOMPARE(called.count(), 0);
+}
+
+// The one that ends does not listen any more, and still has the lock.
+void TestSingleInstance::aStartDuringTheEndOfTheFirstTakesThePlace()
+{
+    const QTemporaryDir folder;
+    SingleInstance(folder.path(), u"/a/program"_s).release();
+    const QStringList locks = QDir(folder.path()).entryList({u"*.lock"_s}, QDir::Files);
+    QCOMPARE(locks.size(), 1);
+    const QString lock = folder.filePath(locks.constFirst());
+    const int ending = ::open(QFile::encodeName(lock).constData(), O_RDWR | O_CLOEXEC);
+    QCOMPARE(::flock(ending, LOCK_EX | LOCK_NB), 0);
+
+    QProcess next;
+    next.start(QCoreApplication::applicationFilePath(), {u"--hold"_s, folder.path()});
+    QVERIFY(next.waitForStarted());
+    QTRY_VERIFY(hasOpen(next.processId(), lock)); // it has looked, or is just about to
+    ::close(ending);
+    QVERIFY(next.waitForReadyRead());
+    QCOMPARE(next.readAllStandardOutput(), QByteArray("first\n"));
+    const SingleInstance third(folder.path(), u"/a/program"_s);
+    QVERIFY(!third.isFirst());
+    next.kill();
+    QVERIFY(next.waitForFinished());
+}
+
+void TestSingleInstance::withNoFolderToMeetInEveryStartIsTheFirst()
+{
+    const SingleInstance first(QString(), u"/a/program"_s);
+    const SingleInstance second(u""_s, u"/a/program"_s);
+    QVERIFY(first.isFirst());
+    QVERIFY(second.isFirst());
 }
 
 int main(int argc, char **argv)

@@ -7,6 +7,7 @@
 #include <QLabel>
 #include <QMessageBox>
 #include <QPushButton>
+#include <QScreen>
 #include <QTest>
 #include <QTextDocument>
 
@@ -96,6 +97,10 @@ private Q_SLOTS:
     void aPlainAlertHasOneButton();
     void markupIsShownAsItStands_data();
     void markupIsShownAsItStands();
+    void aLongTextLeavesTheButtonsInReach_data();
+    void aLongTextLeavesTheButtonsInReach();
+    void aTextIsCutOnlyWhereItIsTooLong_data();
+    void aTextIsCutOnlyWhereItIsTooLong();
     void theAnswerIsTheButtonPressed_data();
     void theAnswerIsTheButtonPressed();
     void closingTheWindowIsTheAlternateAnswer();
@@ -157,6 +162,68 @@ void TestAlert::markupIsShownAsItStands()
                 shown.append(shownText(*label));
         }
         QCOMPARE(shown, QStringList({text, text}));
+    });
+    Alert().runModal({.messageText = text, .informativeText = text});
+    QCOMPARE(player.alertsSeen, 1);
+}
+
+void TestAlert::aLongTextLeavesTheButtonsInReach_data()
+{
+    QTest::addColumn<QString>("message");
+    QTest::addColumn<QString>("informative");
+
+    const QString hundredLines = u"A line of the page\n"_s.repeated(100);
+    const QString megabyte = u"word "_s.repeated(200 * 1024);
+    QTest::newRow("hundred lines") << hundredLines << u"Upgrade?"_s;
+    QTest::newRow("empty lines") << QString(1000, u'\n') << u"Upgrade?"_s;
+    QTest::newRow("a megabyte") << megabyte << u"Upgrade?"_s;
+    QTest::newRow("a megabyte without a blank") << QString(1024 * 1024, u'W') << u"Upgrade?"_s;
+    QTest::newRow("a megabyte of wide letters") << QString(1024 * 1024, QChar(0x4e16)) << u"Upgrade?"_s;
+    QTest::newRow("hundred lines of information") << question.messageText << hundredLines;
+    QTest::newRow("a megabyte of information") << question.messageText << megabyte;
+    QTest::newRow("both a megabyte") << megabyte << megabyte;
+    QTest::newRow("a megabyte of information without a blank") << question.messageText << QString(1024 * 1024, u'W');
+}
+
+void TestAlert::aLongTextLeavesTheButtonsInReach()
+{
+    constexpr int Highest = 600;
+    QFETCH(const QString, message);
+    QFETCH(const QString, informative);
+    const Player player([&](QMessageBox &box) {
+        QVERIFY2(box.height() <= Highest, qPrintable(QString::number(box.height())));
+        QVERIFY2(box.width() <= box.screen()->availableGeometry().width(), qPrintable(QString::number(box.width())));
+        for (const QAbstractButton *button : box.buttons())
+            QVERIFY(box.rect().contains(QRect(button->mapTo(&box, QPoint()), button->size())));
+        press(u"YES"_s)(box);
+    });
+    QCOMPARE(Alert().runModal({message, informative, question.defaultButton, question.alternateButton}),
+             Alert::DefaultReturn);
+    QCOMPARE(player.alertsSeen, 1);
+}
+
+void TestAlert::aTextIsCutOnlyWhereItIsTooLong_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QString>("shown");
+
+    const QString twentyLines = u"line\n"_s.repeated(19) + u"line"_s;
+    const QString thousand(1000, u'a');
+    QTest::newRow("one line") << u"The download failed."_s << u"The download failed."_s;
+    QTest::newRow("none") << u""_s << u""_s;
+    QTest::newRow("20 lines") << twentyLines << twentyLines;
+    QTest::newRow("a line more") << twentyLines + u"\nline"_s << twentyLines + u"…"_s;
+    QTest::newRow("1000 characters") << thousand << thousand;
+    QTest::newRow("a character more") << thousand + u'a' << thousand + u"…"_s;
+}
+
+void TestAlert::aTextIsCutOnlyWhereItIsTooLong()
+{
+    QFETCH(const QString, text);
+    QFETCH(const QString, shown);
+    const Player player([&](QMessageBox &box) {
+        QCOMPARE(box.text(), shown);
+        QCOMPARE(box.informativeText(), shown);
     });
     Alert().runModal({.messageText = text, .informativeText = text});
     QCOMPARE(player.alertsSeen, 1);

@@ -1,16 +1,37 @@
 #include "support/Answers.h"
 #include "support/RecordingConnection.h"
 
+#include <QDir>
 #include <QEventLoop>
 #include <QRegularExpression>
 #include <QTest>
+
+#include <arpa/inet.h>
+#include <fcntl.h>
+#include <sys/socket.h>
 
 using namespace Qt::StringLiterals;
 
 namespace
 {
 const QString page = u"https://wayfar.example/page"_s;
+
+// This process's own ends of connections to the port.
+QList<int> socketsTo(quint16 port)
+{
+    QList<int> sockets;
+    for (const QString &name : QDir(u"/proc/self/fd"_s).entryList(QDir::AllEntries | QDir::System)) {
+        sockaddr_in peer = {};
+        socklen_t size = sizeof peer;
+        bool isNumber = false;
+        const int number = name.toInt(&isNumber);
+        if (isNumber && ::getpeername(number, reinterpret_cast<sockaddr *>(&peer), &size) == 0
+            && peer.sin_family == AF_INET && ntohs(peer.sin_port) == port)
+            sockets.append(number);
+    }
+    return sockets;
 }
+} // namespace
 
 class TestUrlTransfer : public QObject
 {
@@ -40,6 +61,7 @@ private Q_SLOTS:
     void anotherThreadWithAnEventLoopMayStart();
     void transfersRunSideBySide();
     void aSlowReceiverHoldsTheSenderBack();
+    void noChildProcessInheritsTheConnection();
 
     void theDelegateIsKeptUntilItsEnding();
     void aTransferOfADestroyedLoaderIsSilent_data();
@@ -270,6 +292,20 @@ void TestUrlTransfer::aSlowReceiverHoldsTheSenderBack()
     QCOMPARE(connection->events.last(), u"finished"_s);
     for (const QString &event : connection->events)
         QVERIFY(event.size() < 1024 * 1024);
+}
+
+void TestUrlTransfer::noChildProcessInheritsTheConnection()
+{
+    VendorAnswer answer = answerWith("abcd");
+    answer.stallAfter = 2;
+    m_vendor->setAnswer("/page", answer);
+    const auto connection = started({.url = page});
+    QTRY_VERIFY(connection->events.contains(u"data ab"_s));
+    const QList<int> sockets = socketsTo(m_vendor->port());
+    QCOMPARE(sockets.size(), 1);
+    QVERIFY(::fcntl(sockets.constFirst(), F_GETFD) & FD_CLOEXEC);
+    m_vendor->step();
+    QTRY_VERIFY(connection->isOver());
 }
 
 void TestUrlTransfer::theDelegateIsKeptUntilItsEnding()

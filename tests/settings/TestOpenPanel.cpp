@@ -38,6 +38,8 @@ private Q_SLOTS:
     void oddNamesComeBackAsTheyAre();
     void controlHShowsAndHidesHiddenThings_data();
     void controlHShowsAndHidesHiddenThings();
+    void theWayUpOutOfABundleDoesNotChooseIt();
+    void aBundleLeftIsChosenFromOutsideAgain();
 
 private:
     static void addWays(OpenPanel::Choice choice, const QString &name, const QList<Way> &ways);
@@ -326,6 +328,38 @@ void TestOpenPanel::controlHShowsAndHidesHiddenThings()
     QVERIFY(player.waitFor(u"Game"_s));
     QTest::keyClick(place, Qt::Key_H, Qt::ControlModifier);
     QTRY_VERIFY(!player.offers(hidden));
+}
+
+void TestOpenPanel::theWayUpOutOfABundleDoesNotChooseIt()
+{
+    const TestWorld world;
+    const QString folder = world.path(u"place"_s);
+    world.write(folder + u"/x.app/usr/inner.app/bin/tool"_s, "");
+    OpenPanel panel(OpenPanel::Files, folder + u"/x.app/usr/inner.app/bin/tool"_s, nullptr);
+    panel.show();
+    QVERIFY(QTest::qWaitForWindowActive(&panel));
+    const PanelDriver player(panel);
+    for (const QString &place : {u"/x.app/usr/inner.app"_s, u"/x.app/usr"_s, u"/x.app"_s, u""_s}) {
+        player.goUp();
+        QVERIFY2(panel.isVisible(), qPrintable(place));
+        QCOMPARE(panel.directory().path(), QString(folder + place));
+    }
+}
+
+void TestOpenPanel::aBundleLeftIsChosenFromOutsideAgain()
+{
+    const TestWorld world;
+    const QString folder = world.path(u"place"_s);
+    world.write(folder + u"/x.app/tool"_s, "");
+    OpenPanel panel(OpenPanel::Files, folder + u"/x.app/tool"_s, nullptr);
+    panel.show();
+    QVERIFY(QTest::qWaitForWindowActive(&panel));
+    const PanelDriver player(panel);
+    player.goUp();
+    QVERIFY(player.waitFor(u"x.app"_s));
+    player.doubleClick(u"x.app"_s);
+    QCOMPARE(panel.result(), int(QDialog::Accepted));
+    QCOMPARE(panel.chosen(), QString(folder + u"/x.app"_s));
 }
 
 QTEST_MAIN(TestOpenPanel)

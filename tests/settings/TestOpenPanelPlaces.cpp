@@ -71,20 +71,25 @@ void TestOpenPanelPlaces::itOpensAtTheCurrentValueOrTheNearestParent()
 
 void TestOpenPanelPlaces::theCurrentLauncherIsSelected_data()
 {
+    QTest::addColumn<QString>("stored");
     QTest::addColumn<QString>("name");
-    QTest::newRow("a file") << u"start.sh"_s;
-    QTest::newRow("a bundle") << u"L.app"_s;
+    QTest::newRow("a file") << u"start.sh"_s << u"start.sh"_s;
+    QTest::newRow("a bundle") << u"L.app"_s << u"L.app"_s;
+    QTest::newRow("a bundle with a slash behind it") << u"L.app/"_s << u"L.app"_s;
+    QTest::newRow("a bundle with slashes behind it") << u"L.app//"_s << u"L.app"_s;
 }
 
 void TestOpenPanelPlaces::theCurrentLauncherIsSelected()
 {
+    QFETCH(const QString, stored);
     QFETCH(const QString, name);
     const TestWorld world;
     QVERIFY(QDir().mkpath(world.path(u"games/L.app"_s)));
     world.write(world.path(u"games/start.sh"_s), "");
-    OpenPanel panel(OpenPanel::Files, world.path(u"games/"_s + name), nullptr);
+    OpenPanel panel(OpenPanel::Files, world.path(u"games/"_s + stored), nullptr);
     panel.show();
     QVERIFY(QTest::qWaitForWindowActive(&panel));
+    QCOMPARE(panel.directory().path(), world.path(u"games"_s));
     const PanelDriver player(panel);
     QCOMPARE(player.edit()->text(), name);
     QTest::keyClick(player.edit(), Qt::Key_Return);

@@ -8,6 +8,7 @@
 #include <QLineEdit>
 #include <QPushButton>
 #include <QTest>
+#include <QToolButton>
 
 // A player at the file dialog, with the keyboard or the mouse.
 class PanelDriver
@@ -59,6 +60,10 @@ public:
         QTest::keyClicks(edit(), name);
         QWidget *const proposals = QApplication::activePopupWidget(); // they have the keyboard while they show
         QTest::keyClick(proposals ? proposals : edit(), Qt::Key_Return);
+    }
+    void goUp() const
+    {
+        QTest::mouseClick(m_panel.findChild<QToolButton *>(QStringLiteral("toParentButton")), Qt::LeftButton);
     }
     void click(QPushButton *button) const { QTest::mouseClick(button, Qt::LeftButton); }
 

@@ -168,6 +168,7 @@ void Tour::playSecondEvening()
     QTimer::singleShot(0, this, [this] {
         m_guide.window(mainLayout);
         m_guide.expectMainButton(u"Play"_s);
+        m_guide.expectPage(u"htmlView"_s);
         m_guide.expectPage(u"rssView"_s);
         m_guide.picture(mainLayout, u"10-starting-by-itself"_s);
         m_guide.expect(u"the launcher has started by itself"_s, [this] { return m_world.wasLaunched(); });

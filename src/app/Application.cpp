@@ -51,8 +51,15 @@ int Application::exec()
         return EXIT_SUCCESS;
     QObject::connect(&m_instance, &SingleInstance::anotherStarted, &m_delegate, &AppDelegate::bringToFront);
     QTimer::singleShot(0, &m_delegate, &AppDelegate::applicationDidFinishLaunching);
-    const int status = QApplication::exec();
-    if (m_delegate.isStarting()) // the desktop ended us meanwhile: the worker may wait for the vendor, or for us
-        exitAtOnce(status);
-    return status;
+    qApp->installEventFilter(this);
+    return QApplication::exec();
+}
+
+// The desktop ends us while we start: the worker may wait for the vendor, or for us, and a question on the screen would
+// be answered by its own closing.
+bool Application::eventFilter(QObject *watched, QEvent *event)
+{
+    if (event->type() == QEvent::Quit && m_delegate.isStarting())
+        exitAtOnce(EXIT_SUCCESS);
+    return QObject::eventFilter(watched, event);
 }

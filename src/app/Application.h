@@ -11,8 +11,10 @@
 
 // The whole program: its real delegate, windows and services. The product's main and the demo's differ in what they
 // hand in here and in nothing else.
-class Application
+class Application : public QObject
 {
+    Q_OBJECT
+
 public:
     // After QApplication is made.
     Application(const QString &version, const VendorHosts &hosts, const UrlLoaderSettings &network = {});
@@ -20,6 +22,9 @@ public:
     // From the start to the exit status. At once, with 0, where this very program runs already: that one comes to the
     // front.
     int exec();
+
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
     SingleInstance m_instance;

@@ -7,6 +7,7 @@
 
 #include <QApplication>
 #include <QDir>
+#include <QMessageBox>
 #include <QProcess>
 #include <QTest>
 #include <QTimer>
@@ -22,6 +23,7 @@ constexpr auto FlagsVariable = "QTWEBENGINE_CHROMIUM_FLAGS";
 const QString closingEachWindow = u"--close-each-window"_s;
 const QString waitingForASecondStart = u"--wait-for-a-second-start"_s;
 const QString endingDuringTheStart = u"--end-during-the-start"_s;
+const QString endingDuringTheQuestion = u"--end-during-the-question"_s;
 
 template<typename Window> Window *visibleWindow()
 {
@@ -84,6 +86,9 @@ int runProgram(const QStringList &arguments)
                 visibleWindow<SplashScreen>()->close();
             say("splash");
         });
+    if (arguments.value(1) == endingDuringTheQuestion)
+        whenever(
+            context, [] { return visibleWindow<QMessageBox>(); }, [] { QCoreApplication::quit(); });
     whenever(
         context, [] { return visibleWindow<MainWindow>(); },
         [=] {
@@ -118,6 +123,7 @@ private Q_SLOTS:
     void theMainWindowsEndAndNoOtherEndsTheProgram();
     void theDesktopsFlagForTheWebEngineIsKept();
     void anEndDuringTheStartDoesNotWaitForTheVendor();
+    void anEndDuringTheUpgradeQuestionIsNoAnswer();
     void aSecondStartEndsWellAndBringsTheFirstToTheFront();
 
 private:
@@ -199,6 +205,15 @@ void TestApplication::anEndDuringTheStartDoesNotWaitForTheVendor()
     QVERIFY(!output().contains("main window"));
 }
 
+void TestApplication::anEndDuringTheUpgradeQuestionIsNoAnswer()
+{
+    m_world->vendor().setInstallerVersion("1.3.0");
+    start(endingDuringTheQuestion);
+    verifyWellEnded();
+    QVERIFY(!output().contains("main window"));
+    QCOMPARE(m_world->vendor().requests().size(), 1); // the version check: a NO would go on with the login
+}
+
 void TestApplication::aSecondStartEndsWellAndBringsTheFirstToTheFront()
 {
     const QString runtime = m_world->path(u"run"_s);
@@ -225,7 +240,8 @@ int main(int argc, char **argv)
 {
     QApplication qt(argc, argv);
     const QString mode = qt.arguments().value(1);
-    if (mode == closingEachWindow || mode == endingDuringTheStart || mode == waitingForASecondStart)
+    if (mode == closingEachWindow || mode == endingDuringTheStart || mode == endingDuringTheQuestion
+        || mode == waitingForASecondStart)
         return runProgram(qt.arguments());
     TestApplication test;
     return QTest::qExec(&test, argc, argv);

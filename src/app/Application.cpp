@@ -52,7 +52,10 @@ int Application::exec()
     QObject::connect(&m_instance, &SingleInstance::anotherStarted, &m_delegate, &AppDelegate::bringToFront);
     QTimer::singleShot(0, &m_delegate, &AppDelegate::applicationDidFinishLaunching);
     qApp->installEventFilter(this);
-    return QApplication::exec();
+    const int status = QApplication::exec();
+    if (m_delegate.isStarting()) // ended before the worker was there
+        exitAtOnce(status);
+    return status;
 }
 
 // The desktop ends us while we start: the worker may wait for the vendor, or for us, and a question on the screen would

@@ -10,7 +10,7 @@ using namespace Qt::StringLiterals;
 
 namespace
 {
-constexpr qint64 mostPixels = 16 * 1024 * 1024; // far above any banner; a few bytes can claim any number
+constexpr qint64 mostPixels = qint64(16) * 1024 * 1024; // far above any banner; a few bytes can claim any number
 
 // Pictures made of pixels alone: an SVG or a PDF could name files of this machine.
 QImage decoded(const QByteArray &bytes)

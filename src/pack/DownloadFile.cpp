@@ -24,5 +24,6 @@ double DownloadFile::append(QByteArrayView piece)
 {
     m_totalDownloaded += piece.size();
     FileManager::appendToExistingFile(m_path, piece);
-    return m_totalSize == 0 ? 0 : static_cast<double>(m_totalDownloaded * 100 / m_totalSize);
+    const qint64 wholePercent = m_totalSize == 0 ? 0 : m_totalDownloaded * 100 / m_totalSize;
+    return static_cast<double>(wholePercent);
 }

@@ -58,7 +58,7 @@ void makeTreeWritable(const OptionalPath &path);
 // very code that an administrator is asked for.
 void makeTreeReadable(const OptionalPath &path);
 
-constexpr qint64 MostInMemory = 64 * 1024 * 1024;
+constexpr qint64 MostInMemory = qint64(64) * 1024 * 1024;
 // Nothing for anything but a readable plain file of at most that many bytes.
 std::optional<QByteArray> contentsOfFile(const OptionalPath &path);
 [[nodiscard]] FileError createEmptyFile(const OptionalPath &path); // empties an existing one

@@ -50,7 +50,7 @@ class UrlLoader : public QObject
     Q_OBJECT
 
 public:
-    static constexpr qint64 MostInMemory = 64 * 1024 * 1024; // a longer body is a transport error
+    static constexpr qint64 MostInMemory = qint64(64) * 1024 * 1024; // a longer body is a transport error
 
     explicit UrlLoader(const UrlLoaderSettings &settings = {});
     ~UrlLoader() override; // running transfers of its own thread end without a word

@@ -3,10 +3,8 @@
 #include "platform/FileManager.h"
 #include "platform/SystemLog.h"
 
-#include <QDir>
 #include <QFileInfo>
 #include <QJsonDocument>
-#include <QSaveFile>
 #include <QStandardPaths>
 
 #include <cerrno>
@@ -65,18 +63,6 @@ private:
     const int m_descriptor;
 };
 
-// A process killed while it wrote leaves its temporary file, and the password in it. Only under the lock: whatever
-// stands there then belongs to nobody.
-void removeLeftovers(const QFileInfo &linkOrFile)
-{
-    const QFileInfo file(linkOrFile.isSymLink() ? linkOrFile.symLinkTarget() : linkOrFile.filePath()); // written there
-    QDir folder(file.path());
-    for (const QString &name : folder.entryList({file.fileName() + u".??????"_s}, QDir::Files | QDir::Hidden)) {
-        if (!name.endsWith(u".broken"_s))
-            folder.remove(name);
-    }
-}
-
 bool setAside(const QString &file)
 {
     QString name = file + u".broken"_s;
@@ -101,13 +87,23 @@ std::optional<QJsonObject> readOrSetAside(const QString &file)
     return setAside(file) ? std::optional(QJsonObject()) : std::nullopt;
 }
 
+// Through a file of one fixed name, which only the holder of the lock writes: what a killed writer left of it, and the
+// password in it, is gone with the next write. QSaveFile would leave names that nobody can tell from the player's own.
 bool replaceFile(const QString &path, const QJsonObject &object)
 {
-    QSaveFile file(path);
+    const QFileInfo link(path);
+    const QString target = link.isSymLink() ? link.symLinkTarget() : path;
+    if (QFileInfo::exists(target) && !QFileInfo(target).isWritable())
+        return false; // somebody meant it so
     const QByteArray bytes = QJsonDocument(object).toJson();
-    // Unbuffered, since a buffer that a full disk took in part is committed as if it were whole.
-    return file.open(QIODevice::WriteOnly | QIODevice::Unbuffered) && file.setPermissions(ownerOnly)
-        && file.write(bytes) == bytes.size() && file.commit();
+    QFile file(target + u".new"_s);
+    const bool written = file.open(QIODevice::WriteOnly | QIODevice::Unbuffered) && file.setPermissions(ownerOnly)
+        && file.write(bytes) == bytes.size() && ::fsync(file.handle()) == 0;
+    file.close();
+    if (written && ::rename(QFile::encodeName(file.fileName()).constData(), QFile::encodeName(target).constData()) == 0)
+        return true;
+    file.remove();
+    return false;
 }
 } // namespace
 
@@ -179,7 +175,6 @@ void UserDefaults::store()
     const FileLock lock(m_userFile + u".lock"_s);
     if (!lock.isHeld())
         return logOnce(u"no lock"_s);
-    removeLeftovers(file);
     std::optional<QJsonObject> merged = readOrSetAside(m_userFile);
     if (!merged)
         return logOnce(u"the file can't be read"_s);

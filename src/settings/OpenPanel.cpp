@@ -106,5 +106,5 @@ void OpenPanel::folderEntered(const QString &path)
 void OpenPanel::chooseBundle(const QString &path)
 {
     m_bundle = path;
-    QDialog::accept();
+    done(QDialog::Accepted);
 }

@@ -208,13 +208,14 @@ void TestUserDefaults::aWriteLeavesNothingButTheFileAndItsLock()
 
 void TestUserDefaults::theTemporaryFileOfAKilledWriterIsRemoved()
 {
-    m_world->write(file() + u".AbCdEf"_s, json(u"wayfarpasswd"_s, u"secret"_s));
+    m_world->write(file() + u".new"_s, json(u"wayfarpasswd"_s, u"secret"_s));
     m_world->write(file() + u".broken"_s, "kept");
+    m_world->write(file() + u".backup"_s, "kept");
     m_world->write(m_world->path(u"own/notes.txt"_s), "kept");
     UserDefaults(file(), {}).setObject(u"a"_s, 1);
-    QCOMPARE(
-        names(),
-        QStringList({u"notes.txt"_s, u"preferences.json"_s, u"preferences.json.broken"_s, u"preferences.json.lock"_s}));
+    QCOMPARE(names(),
+             QStringList({u"notes.txt"_s, u"preferences.json"_s, u"preferences.json.backup"_s,
+                          u"preferences.json.broken"_s, u"preferences.json.lock"_s}));
 }
 
 void TestUserDefaults::thePlaceFollowsTheConfigurationFolders()

@@ -99,7 +99,7 @@ void TestUserDefaultsKept::theLeftoversBesideALinksTargetAreRemoved()
 {
     QFETCH(const bool, relative);
     const QString target = m_world->path(u"elsewhere/real.json"_s);
-    for (const QString &name : {target + u".AbCdEf"_s, file() + u".notes"_s, target + u".broken"_s})
+    for (const QString &name : {target + u".new"_s, file() + u".notes"_s, target + u".broken"_s})
         m_world->write(name, "{\"wayfarpasswd\": \"secret\"}");
     m_world->write(target, "{}");
     QVERIFY(QFile::link(relative ? u"../elsewhere/real.json"_s : target, file()));

@@ -1,3 +1,4 @@
+#include "support/OrdinaryProcess.h"
 #include "support/RefusedInstallation.h"
 
 #include "settings/PreferenceKeys.h"
@@ -31,7 +32,7 @@ private Q_SLOTS:
     void anothersAddOnIsReplacedAfterOnePrompt();
     void aMissingFolderChainIsMadeAfterOnePrompt();
     void aNewEntryIsCopiedAfterOnePrompt();
-    void anUnreadableEntryIsCopiedAfterOnePrompt();
+    void anUnreadableEntryAsksForNobody();
     void aReadOnlyAddOnOfThePlayersOwnIsRefusedToo();
     void aLinkIsReplacedWithoutTouchingItsTarget_data();
     void aLinkIsReplacedWithoutTouchingItsTarget();
@@ -84,17 +85,19 @@ void TestPackInstallationRefused::aNewEntryIsCopiedAfterOnePrompt()
     QVERIFY(m_test->program.alert.shown.isEmpty());
 }
 
-void TestPackInstallationRefused::anUnreadableEntryIsCopiedAfterOnePrompt()
+// The copy's refusal of its source would carry the same number, and root's copy could not be read in the game.
+void TestPackInstallationRefused::anUnreadableEntryAsksForNobody()
 {
-    // The copy's refusal of its source carries the same number.
-    Installation::giveToPlayer(m_test->world.addOnFolder());
     QByteArray archive = zipOf("echo sealed >sealed");
     const qsizetype entry = archive.indexOf("PK\x01\x02"); // its file mode stands at 40: only root could pack it with 0
     archive.replace(entry + 40, 2, QByteArray("\x00\x80", 2));
-    m_test->installAsThePlayer(archive);
-    QCOMPARE(m_test->program.administrator.scripts, QList<QByteArray>{m_test->copyScript(u"sealed"_s)});
-    QCOMPARE(m_test->statuses, (QStringList{Installing, Installed}));
-    QVERIFY(m_test->program.alert.shown.isEmpty());
+    m_test.reset();
+    const OrdinaryProcess player;
+    Installation test;
+    test.install(archive);
+    QCOMPARE(test.program.administrator.scripts, QList<QByteArray>());
+    QCOMPARE(test.statuses, (QStringList{Installing, Installed}));
+    QCOMPARE(test.installed(u"sealed"_s), QByteArray("sealed\n"));
 }
 
 void TestPackInstallationRefused::aReadOnlyAddOnOfThePlayersOwnIsRefusedToo()

@@ -27,15 +27,25 @@ if(CCACHE)
     set(CMAKE_CXX_COMPILER_LAUNCHER ${CCACHE})
 endif()
 
-# wayfar_library(NAME SOURCES... [LINK libraries...]): one folder, one library. All share the first one's precompiled
-# Qt headers.
+target_link_options(wayfar_options INTERFACE -Wl,--as-needed)
+
+# The precompiled headers: for what has no window, and for what has.
+function(wayfar_precompiled_headers name module)
+    file(WRITE ${CMAKE_BINARY_DIR}/generated/${name}.cpp "")
+    add_library(${name} OBJECT ${CMAKE_BINARY_DIR}/generated/${name}.cpp)
+    target_link_libraries(${name} PRIVATE wayfar_options Qt6::${module})
+    target_precompile_headers(${name} PRIVATE <Qt${module}> <functional> <memory> <optional>)
+    set_target_properties(${name} PROPERTIES AUTOMOC OFF AUTOUIC OFF AUTORCC OFF)
+endfunction()
+
+# wayfar_library(NAME [WINDOWED] SOURCES... LINK libraries...): one folder, one library.
 function(wayfar_library name)
-    cmake_parse_arguments(arg "" "" "LINK" ${ARGN})
+    cmake_parse_arguments(arg "WINDOWED" "" "LINK" ${ARGN})
     add_library(${name} STATIC ${arg_UNPARSED_ARGUMENTS})
-    target_link_libraries(${name} PUBLIC wayfar_options Qt6::Widgets Qt6::Network ${arg_LINK})
-    if(name STREQUAL "wayfar_platform")
-        target_precompile_headers(${name} PRIVATE <QtWidgets> <QtNetwork> <functional> <memory> <optional>)
+    target_link_libraries(${name} PUBLIC wayfar_options ${arg_LINK})
+    if(arg_WINDOWED)
+        target_precompile_headers(${name} REUSE_FROM wayfar_windowed_headers)
     else()
-        target_precompile_headers(${name} REUSE_FROM wayfar_platform)
+        target_precompile_headers(${name} REUSE_FROM wayfar_plain_headers)
     endif()
 endfunction()

@@ -1,7 +1,7 @@
 #include "demo/DemoWorld.h"
 
 #include "platform/UserDefaults.h"
-#include "settings/PreferenceKeys.h"
+#include "places/Preferences.h"
 
 #include <QDir>
 #include <QFile>
@@ -51,7 +51,7 @@ DemoWorld::DemoWorld()
     writePreferences();
 }
 
-VendorHosts DemoWorld::hosts() const
+VendorSite DemoWorld::site() const
 {
     return {u"wayfar.example"_s, u"download.wayfar.example"_s};
 }
@@ -112,8 +112,8 @@ void DemoWorld::writeLauncher()
 void DemoWorld::writePreferences()
 {
     UserDefaults defaults;
-    defaults.setObject(PreferenceKeys::installPath, game);
-    defaults.setObject(PreferenceKeys::launchPath, launcher);
-    defaults.setObject(PreferenceKeys::userName, u"rowan"_s);
-    defaults.setObject(PreferenceKeys::password, u"long road"_s);
+    defaults.setObject(Preferences::installPath.key, game);
+    defaults.setObject(Preferences::launchPath.key, launcher);
+    defaults.setObject(Preferences::userName.key, u"rowan"_s);
+    defaults.setObject(Preferences::password.key, u"long road"_s);
 }

@@ -3,7 +3,7 @@
 #include "demo/VendorServer.h"
 
 #include "platform/UrlLoader.h"
-#include "platform/VendorHosts.h"
+#include "places/VendorSite.h"
 
 // A vendor with one account and a newer guide pack, a player with an older one, and folders of their own for all of it
 // below the build folder: the demo touches nothing of the user's. Make it between Qt's application and ours.
@@ -14,7 +14,7 @@ public:
 
     VendorServer &vendor() { return m_vendor; }
     QByteArray pack() const; // the archive that the vendor publishes
-    VendorHosts hosts() const;
+    VendorSite site() const;
     UrlLoaderSettings network() const;
 
     QString picture(const QString &name) const; // the path for a picture of the tour

@@ -14,7 +14,7 @@ namespace
 int run(DemoWorld &world)
 {
     std::puts("The vendor is a stand-in on this machine, the game a sample. Press \"Update\", then \"Play\".");
-    Application application(QStringLiteral(DEMO_VERSION), world.hosts(), world.network());
+    Application application(QStringLiteral(DEMO_VERSION), world.site(), world.network());
     return application.exec();
 }
 
@@ -22,7 +22,7 @@ int runTour(DemoWorld &world)
 {
     Tour tour(world);
     for (const auto playEvening : {&Tour::playFirstEvening, &Tour::playSecondEvening}) {
-        Application application(QStringLiteral(DEMO_VERSION), world.hosts(), world.network());
+        Application application(QStringLiteral(DEMO_VERSION), world.site(), world.network());
         (tour.*playEvening)();
         tour.expectGoodEnd(application.exec());
     }

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "platform/VendorHosts.h"
 #include "pack/FormEncoding.h"
+#include "places/VendorSite.h"
 
 #include <QString>
 
@@ -19,7 +19,7 @@ public:
     static UserLogin &loginUser();
 
     // What it works with, borrowed; before the first login.
-    void use(UserDefaults &defaults, UrlLoader &loader, const VendorHosts &hosts);
+    void use(UserDefaults &defaults, UrlLoader &loader, const VendorSite &site);
 
     void logOut() { } // a login leaves nothing to end
     QByteArray encodeDictionary(const FormPairs &pairs) const { return FormEncoding::encodeDictionary(pairs); }
@@ -34,6 +34,6 @@ public:
 private:
     UserDefaults *m_defaults = nullptr;
     UrlLoader *m_loader = nullptr;
-    VendorHosts m_hosts;
+    VendorSite m_site;
     std::optional<QString> m_userLoginHtmlStr;
 };

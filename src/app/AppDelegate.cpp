@@ -1,23 +1,21 @@
 #include "app/AppDelegate.h"
 
 #include "account/UserLogin.h"
-#include "app/MainWindow.h"
-#include "app/SplashScreen.h"
-#include "content/ChangeLog.h"
 #include "content/InstallerImages.h"
 #include "content/RSSFeed.h"
 #include "controls/CursorButtons.h"
 #include "controls/ImageView.h"
+#include "controls/Waiting.h"
+#include "controls/WindowPlacement.h"
 #include "pack/WayfarUpdateInstaller.h"
+#include "places/SupportFolder.h"
 #include "platform/MainThread.h"
-#include "platform/UserDefaults.h"
-#include "platform/Windows.h"
 #include "platform/Workspace.h"
-#include "settings/PreferenceKeys.h"
-#include "settings/SettingsWindow.h"
-#include "settings/Utility.h"
-#include "upgrade/InstallerDownloadWindow.h"
 #include "upgrade/InstallerUpgrade.h"
+#include "windows/ChangeLog.h"
+#include "windows/MainWindow.h"
+#include "windows/SettingsWindow.h"
+#include "windows/SplashScreen.h"
 
 #include <QApplication>
 #include <QThread>
@@ -27,7 +25,7 @@ using namespace std::chrono_literals;
 
 AppDelegate::AppDelegate(const Surroundings &surroundings) : m_surroundings(surroundings)
 {
-    UserLogin::loginUser().use(surroundings.defaults, surroundings.loader, surroundings.hosts);
+    UserLogin::loginUser().use(surroundings.defaults, surroundings.loader, surroundings.site);
 }
 
 AppDelegate::~AppDelegate()
@@ -39,7 +37,7 @@ AppDelegate::~AppDelegate()
 void AppDelegate::applicationDidFinishLaunching()
 {
     showSplashScreen();
-    m_window = std::make_unique<MainWindow>(*this); // the web views take their time: while the splash shows
+    makeMainWindow(); // while the splash shows, since the web views take their time
     htmlView()->setPolicyDelegate(this);
     rssView()->setPolicyDelegate(this);
     setUpdateNotStarted(true);
@@ -47,6 +45,17 @@ void AppDelegate::applicationDidFinishLaunching()
     button2()->setCursor(QCursor(Qt::PointingHandCursor));
     m_worker.reset(QThread::create([this] { startInstaller(); }));
     m_worker->start();
+}
+
+void AppDelegate::makeMainWindow()
+{
+    m_window = std::make_unique<MainWindow>(*this);
+    const MainWindow *window = m_window.get();
+    connect(window, &MainWindow::mainButtonPressed, this, &AppDelegate::update);
+    connect(window, &MainWindow::bannerPressed, this, &AppDelegate::bannerClick);
+    connect(window, &MainWindow::settingsWanted, this, &AppDelegate::openSettings);
+    connect(window, &MainWindow::changeLogWanted, this, &AppDelegate::getLogs);
+    connect(window, &MainWindow::closing, this, [this, window] { windowWillClose(window); });
 }
 
 bool AppDelegate::isStarting() const
@@ -57,9 +66,9 @@ bool AppDelegate::isStarting() const
 void AppDelegate::showSplashScreen()
 {
     m_splashWindow = std::make_unique<SplashScreen>();
-    Windows::center(*m_splashWindow);
-    Windows::makeKeyAndOrderFront(*m_splashWindow);
-    MainThread::waitUntilShown(*m_splashWindow); // on the screen before the first request
+    WindowPlacement::center(*m_splashWindow);
+    WindowPlacement::makeKeyAndOrderFront(*m_splashWindow);
+    Waiting::untilShown(*m_splashWindow); // on the screen before the first request
 }
 
 void AppDelegate::startInstaller()
@@ -70,14 +79,13 @@ void AppDelegate::startInstaller()
 
 void AppDelegate::downloadInstallerFiles()
 {
-    {
-        const MainThread::Wait wait; // on the main thread after a declined upgrade
-        RSSFeed(m_surroundings.loader, m_surroundings.hosts).parseRSSWithURL();
+    Waiting::blockFor([this] { // only after a declined upgrade is this the main thread
+        RSSFeed(m_surroundings.loader, m_surroundings.site).parseRSSWithURL();
         UserLogin::loginUser().performLogin();
         downloadBanners();
         updateVersionText();
         armAutomaticLaunch();
-    }
+    });
     MainThread::performAndWait([this] { closeSplashScreen(); });
     showLoginOutcome();
 }
@@ -87,8 +95,8 @@ void AppDelegate::downloadBanners()
     const auto show = [](ImageView *view, const QImage &image) {
         QMetaObject::invokeMethod(view, [view, image] { view->setImage(image); });
     };
-    show(largeImage(), InstallerImages::downloadLargeImage(m_surroundings.loader, m_surroundings.hosts));
-    show(smallImage(), InstallerImages::downloadSmallImage(m_surroundings.loader, m_surroundings.hosts));
+    show(largeImage(), InstallerImages::downloadLargeImage(m_surroundings.loader, m_surroundings.site));
+    show(smallImage(), InstallerImages::downloadSmallImage(m_surroundings.loader, m_surroundings.site));
 }
 
 // Always: launchWow decides when it comes to it. The seconds count from here, not from the main window's appearance.
@@ -102,8 +110,8 @@ void AppDelegate::closeSplashScreen()
     m_splashWindow.reset();
     loadAccountPage();
     loadNewsPage();
-    Windows::center(*m_window);
-    Windows::makeKeyAndOrderFront(*m_window);
+    WindowPlacement::center(*m_window);
+    WindowPlacement::makeKeyAndOrderFront(*m_window);
 }
 
 void AppDelegate::bringToFront()
@@ -111,15 +119,15 @@ void AppDelegate::bringToFront()
     for (QWidget *window : QApplication::topLevelWidgets()) {
         const bool passing = window->windowType() == Qt::Popup || window->windowType() == Qt::ToolTip;
         if (window->isVisible() && !passing)
-            Windows::makeKeyAndOrderFront(*window);
+            WindowPlacement::makeKeyAndOrderFront(*window);
     }
     if (QWidget *question = QApplication::activeModalWidget()) // nothing else can be used before it is answered
-        Windows::makeKeyAndOrderFront(*question);
+        WindowPlacement::makeKeyAndOrderFront(*question);
 }
 
 void AppDelegate::loadNewsPage()
 {
-    if (const OptionalPath page = pathIn(Utility::WayfarInstallerFolder(), u"/rssfeed.html"))
+    if (const OptionalPath page = SupportFolder::newsPage())
         rssView()->loadFile(toText(*page));
 }
 
@@ -135,7 +143,7 @@ void AppDelegate::startDownload()
 {
     m_updateInstaller.reset();
     m_updateInstaller =
-        std::make_shared<WayfarUpdateInstaller>(m_surroundings.defaults, m_surroundings.loader, m_surroundings.hosts);
+        std::make_shared<WayfarUpdateInstaller>(m_surroundings.defaults, m_surroundings.loader, m_surroundings.site);
     setUpdateProgressbar(0);
     setUpdateNotStarted(false);
     m_updateInstaller->setDelegate(this);
@@ -146,15 +154,16 @@ void AppDelegate::startDownload()
 void AppDelegate::getLogs()
 {
     m_log.reset(); // with its window
-    m_log = std::make_unique<ChangeLog>(m_surroundings.loader, m_surroundings.hosts);
+    m_log = std::make_unique<ChangeLog>(m_surroundings.loader, m_surroundings.site);
     m_log->showLogs();
 }
 
 void AppDelegate::bannerClick()
 {
-    m_surroundings.workspace.openURL(QUrl(u"https://"_s + m_surroundings.hosts.www() + u"/installer/redirect.php"_s));
+    m_surroundings.workspace.openURL(QUrl(m_surroundings.site.bannerTarget()));
 }
 
+// Closing the main window while the program quits quits it once more, which is harmless.
 void AppDelegate::windowWillClose(const QObject *closing)
 {
     if (closing == m_settingsWindow)
@@ -170,12 +179,6 @@ bool AppDelegate::webViewDecidePolicyForNavigationAction(const QUrl &url)
         return true;
     m_surroundings.workspace.openURL(url);
     return false;
-}
-
-QString AppDelegate::gameFolder() const
-{
-    return m_surroundings.defaults.stringForKey(PreferenceKeys::installPath)
-        .value_or(PreferenceKeys::defaultInstallPath);
 }
 
 Pane *AppDelegate::htmlView() const
@@ -206,39 +209,4 @@ CursorButtons *AppDelegate::button1() const
 CursorButtons *AppDelegate::button2() const
 {
     return m_window->button2();
-}
-
-void AppDelegate::setVersionValue(const std::optional<QString> &version)
-{
-    store(m_VersionValue, version, &AppDelegate::VersionValueChanged);
-}
-
-void AppDelegate::setCurrentVersion(const std::optional<QString> &version)
-{
-    store(m_currentVersion, version, &AppDelegate::currentVersionChanged);
-}
-
-void AppDelegate::setUpdateVersion(const std::optional<QString> &version)
-{
-    store(m_updateVersion, version, &AppDelegate::updateVersionChanged);
-}
-
-void AppDelegate::setButtonText(const std::optional<QString> &text)
-{
-    store(m_buttonText, text, &AppDelegate::buttonTextChanged);
-}
-
-void AppDelegate::setStatusStr(const std::optional<QString> &text)
-{
-    store(m_statusStr, text, &AppDelegate::statusStrChanged);
-}
-
-void AppDelegate::setUpdateProgressbar(double percentage)
-{
-    store(m_updateProgressbar, percentage, &AppDelegate::updateProgressbarChanged);
-}
-
-void AppDelegate::setUpdateNotStarted(bool notStarted)
-{
-    store(m_updateNotStarted, notStarted, &AppDelegate::updateNotStartedChanged);
 }

@@ -2,13 +2,13 @@
 
 #include "app/Surroundings.h"
 #include "controls/Pane.h"
+#include "pack/PrivilegedRun.h"
 #include "pack/UpdateDownloadDelegate.h"
 #include "platform/FileManager.h"
 #include "upgrade/InstallerUpgradeDelegate.h"
+#include "windows/ShownState.h"
 
 #include <QJsonObject>
-#include <QMutex>
-#include <QObject>
 #include <QString>
 
 #include <memory>
@@ -20,14 +20,15 @@ class ImageView;
 class InstallerUpgrade;
 class MainWindow;
 class QThread;
+class Repair;
 class SettingsWindow;
 class SplashScreen;
 class WayfarUpdateInstaller;
 
-// The one controller. What the window shows are its properties: each may be read and set in any thread, and is
-// announced by a signal without a value, since a queued one could overtake a newer value; whoever hears it reads the
-// property. Everything else is the main thread's, but for the start-up worker, which runs startInstaller.
-class AppDelegate : public QObject,
+// The one controller: what happens, in its order. The work itself lives in the subjects' folders, and returns what
+// became of it; the delegate sets what is shown. The shown state is any thread's. Everything else is the main thread's,
+// but for the start-up worker, which runs startInstaller.
+class AppDelegate : public ShownState,
                     public UpdateDownloadDelegate,
                     public InstallerUpgradeDelegate,
                     public NavigationPolicy
@@ -53,20 +54,9 @@ public:
 
     InstallerUpgrade *upgrade() const { return m_upgrade.get(); } // null before the version check
 
-    std::optional<QString> VersionValue() const { return load(m_VersionValue); } // the installer being upgraded to
-    std::optional<QString> currentVersion() const { return load(m_currentVersion); }
-    std::optional<QString> updateVersion() const { return load(m_updateVersion); } // nothing: it could not be had
-    std::optional<QString> buttonText() const { return load(m_buttonText); }
-    std::optional<QString> statusStr() const { return load(m_statusStr); }
-    double updateProgressbar() const { return load(m_updateProgressbar); } // a percentage, exactly as it was counted
-    bool updateNotStarted() const { return load(m_updateNotStarted); }
-    void setVersionValue(const std::optional<QString> &version);
-    void setCurrentVersion(const std::optional<QString> &version);
-    void setUpdateVersion(const std::optional<QString> &version);
-    void setButtonText(const std::optional<QString> &text);
-    void setStatusStr(const std::optional<QString> &text);
-    void setUpdateProgressbar(double percentage);
-    void setUpdateNotStarted(bool notStarted);
+    // The installer being upgraded to; nothing before the player said yes. Any thread.
+    std::optional<QString> VersionValue() const { return load(m_VersionValue); }
+    void setVersionValue(const std::optional<QString> &version) { store(m_VersionValue, version); }
     WayfarUpdateInstaller *updateInstaller() const { return m_updateInstaller.get(); } // null before the first download
 
     // Start-up.
@@ -116,32 +106,9 @@ public:
     // The account.
     void reLogin();
 
-Q_SIGNALS:
-    void VersionValueChanged();
-    void currentVersionChanged();
-    void updateVersionChanged();
-    void buttonTextChanged();
-    void statusStrChanged();
-    void updateProgressbarChanged();
-    void updateNotStartedChanged();
-
 private:
-    template<typename T> T load(const T &property) const
-    {
-        const QMutexLocker lock(&m_stateLock);
-        return property;
-    }
-    template<typename T> void store(T &property, const T &value, void (AppDelegate::*changed)())
-    {
-        {
-            const QMutexLocker lock(&m_stateLock);
-            property = value;
-        }
-        Q_EMIT(this->*changed)();
-    }
-
     void showSplashScreen();
-    QString gameFolder() const; // the stored one, or where it usually is
+    void makeMainWindow();
     void downloadBanners();
     void armAutomaticLaunch();
     void openLauncher();
@@ -149,23 +116,17 @@ private:
     void loadSettingsWindow();
     void storePath(const QString &key, const QString &path);
     void closeSettings();
-    bool removeAsAdministrator(const FilePath &addOnFolder);
     void loadAccountPage();
     void loadNewsPage();
     void showLoginOutcome();
-    bool runPrivileged(QByteArrayView command, const QList<FilePath> &paths);
+    Repair repair() const;
+    // Shows the failure of a change that an administrator was asked for: the message's "%@" is its reason.
+    void showFailure(const PrivilegedOutcome &outcome, QStringView message, const QString &informativeText = {});
+    bool isInstalledByAdministrator(const std::optional<PrivilegedOutcome> &outcome);
 
     const Surroundings m_surroundings;
 
-    mutable QMutex m_stateLock; // over the properties
     std::optional<QString> m_VersionValue;
-    std::optional<QString> m_currentVersion;
-    std::optional<QString> m_updateVersion;
-    std::optional<QString> m_buttonText;
-    std::optional<QString> m_statusStr;
-    double m_updateProgressbar = 0;
-    bool m_updateNotStarted = false;
-
     std::unique_ptr<SplashScreen> m_splashWindow;
     std::unique_ptr<MainWindow> m_window;
     SettingsWindow *m_settingsWindow = nullptr; // the main window's child; it deletes itself when it closes

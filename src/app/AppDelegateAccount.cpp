@@ -1,37 +1,34 @@
 #include "app/AppDelegate.h"
 
 #include "account/UserLogin.h"
-#include "platform/MainThread.h"
+#include "controls/Waiting.h"
+#include "places/Preferences.h"
+#include "places/SupportFolder.h"
 #include "platform/Text.h"
-#include "platform/UserDefaults.h"
-#include "settings/PreferenceKeys.h"
-#include "settings/Utility.h"
 
 using namespace Qt::StringLiterals;
 
 void AppDelegate::reLogin()
 {
-    {
-        const MainThread::Wait wait;
+    Waiting::blockFor([] {
         UserLogin::loginUser().logOut();
         UserLogin::loginUser().performLogin();
-    }
+    });
     loadAccountPage();
     showLoginOutcome();
 }
 
 void AppDelegate::loadAccountPage()
 {
-    if (const OptionalPath page = pathIn(Utility::WayfarInstallerFolder(), u"/account.html"))
+    if (const OptionalPath page = SupportFolder::accountPage())
         htmlView()->loadFile(toText(*page));
 }
 
 void AppDelegate::showLoginOutcome()
 {
     const UserDefaults &defaults = m_surroundings.defaults;
-    if (defaults.boolForKey(PreferenceKeys::loginFailed))
+    if (Preferences::loginFailed.in(defaults))
         setStatusStr(u"Incorrect Login..."_s);
     else
-        setStatusStr(
-            Text::filled(u"Logged in as %@...", {Text::orNull(defaults.stringForKey(PreferenceKeys::userName))}));
+        setStatusStr(Text::filled(u"Logged in as %@...", {Text::orNull(Preferences::userName.storedIn(defaults))}));
 }

@@ -1,8 +1,7 @@
 #include "app/AppDelegate.h"
 
-#include "platform/UserDefaults.h"
+#include "places/Preferences.h"
 #include "platform/Workspace.h"
-#include "settings/PreferenceKeys.h"
 
 using namespace Qt::StringLiterals;
 
@@ -11,14 +10,14 @@ void AppDelegate::launchWow()
 {
     if (buttonText() != u"Play"_s || m_updateInstaller || m_settingsWindow)
         return;
-    if (m_surroundings.defaults.boolForKey(PreferenceKeys::autoLaunch))
+    if (Preferences::autoLaunch.in(m_surroundings.defaults))
         openLauncher();
 }
 
 void AppDelegate::openLauncher()
 {
-    const auto launcher = m_surroundings.defaults.stringForKey(PreferenceKeys::launchPath);
-    if (launcher && !launcher->isEmpty() && m_surroundings.workspace.openFile(*launcher))
+    const QString launcher = Preferences::launchPath.in(m_surroundings.defaults);
+    if (!launcher.isEmpty() && m_surroundings.workspace.openFile(launcher))
         m_surroundings.terminate();
     else
         setStatusStr(u"Failed to launch World of Warcraft Launcher. Please check settings..."_s);

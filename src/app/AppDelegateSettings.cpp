@@ -1,14 +1,13 @@
 #include "app/AppDelegate.h"
 
-#include "app/MainWindow.h"
+#include "controls/WindowPlacement.h"
+#include "places/GameFolder.h"
+#include "places/Preferences.h"
 #include "platform/Alert.h"
 #include "platform/Text.h"
-#include "platform/UserDefaults.h"
-#include "platform/Windows.h"
-#include "settings/GameLocation.h"
-#include "settings/OpenPanel.h"
-#include "settings/PreferenceKeys.h"
-#include "settings/SettingsWindow.h"
+#include "windows/MainWindow.h"
+#include "windows/OpenPanel.h"
+#include "windows/SettingsWindow.h"
 
 #include <QPointer>
 
@@ -18,20 +17,21 @@ void AppDelegate::openSettings()
 {
     if (!m_settingsWindow)
         loadSettingsWindow();
-    Windows::center(*m_settingsWindow);
-    Windows::makeKeyAndOrderFront(*m_settingsWindow);
+    WindowPlacement::center(*m_settingsWindow);
+    WindowPlacement::makeKeyAndOrderFront(*m_settingsWindow);
     m_settingsOldValue = m_surroundings.defaults.dictionaryRepresentation(); // afresh, also when it was open already
 }
 
 void AppDelegate::loadSettingsWindow()
 {
-    m_settingsWindow = new SettingsWindow(m_surroundings.defaults, m_window.get());
-    connect(m_settingsWindow, &SettingsWindow::browsePressed, this, &AppDelegate::browser);
-    connect(m_settingsWindow, &SettingsWindow::detectPressed, this, &AppDelegate::autoDetectPath);
-    connect(m_settingsWindow, &SettingsWindow::repairPressed, this, &AppDelegate::repairtInstallation);
-    connect(m_settingsWindow, &SettingsWindow::okayPressed, this, &AppDelegate::okaySettings);
-    connect(m_settingsWindow, &SettingsWindow::cancelPressed, this, &AppDelegate::cancelSettings);
-    connect(m_settingsWindow, &SettingsWindow::closing, this, [this] { windowWillClose(m_settingsWindow); });
+    auto *window = new SettingsWindow(m_surroundings.defaults, m_window.get());
+    connect(window, &SettingsWindow::browsePressed, this, &AppDelegate::browser);
+    connect(window, &SettingsWindow::detectPressed, this, &AppDelegate::autoDetectPath);
+    connect(window, &SettingsWindow::repairPressed, this, &AppDelegate::repairtInstallation);
+    connect(window, &SettingsWindow::okayPressed, this, &AppDelegate::okaySettings);
+    connect(window, &SettingsWindow::cancelPressed, this, &AppDelegate::cancelSettings);
+    connect(window, &SettingsWindow::closing, this, [this, window] { windowWillClose(window); });
+    m_settingsWindow = window;
 }
 
 void AppDelegate::browser(const QObject *sender)
@@ -40,7 +40,7 @@ void AppDelegate::browser(const QObject *sender)
     if (key.isEmpty())
         return;
     UserDefaults &defaults = m_surroundings.defaults;
-    const auto choice = key == PreferenceKeys::installPath ? OpenPanel::Folders : OpenPanel::Files;
+    const auto choice = key == Preferences::installPath.key ? OpenPanel::Folders : OpenPanel::Files;
     // Watched: the program's end may delete the settings window, and it too, while it is open.
     const QPointer<OpenPanel> panel(
         new OpenPanel(choice, defaults.stringForKey(key).value_or(QString()), m_settingsWindow));
@@ -51,14 +51,14 @@ void AppDelegate::browser(const QObject *sender)
 
 void AppDelegate::autoDetectPath()
 {
-    const GameLocation game = GameLocation::standard();
+    const GameFolder game(GameFolder::usualRoot.toString());
     const QString missing = game.missing();
     if (!missing.isEmpty()) {
         m_surroundings.alert.runModal({Text::filled(u"%@ does not exist. Please verify you installation", {missing})});
         return;
     }
-    storePath(PreferenceKeys::installPath, game.gameFolder);
-    storePath(PreferenceKeys::launchPath, game.launcher);
+    storePath(Preferences::installPath.key, game.root());
+    storePath(Preferences::launchPath.key, game.launcher());
 }
 
 void AppDelegate::storePath(const QString &key, const QString &path)
@@ -74,7 +74,8 @@ void AppDelegate::okaySettings()
     closeSettings();
 }
 
-// Puts the snapshot back, the system-wide values too. A key that was stored since for the first time stays: agreed.
+// Puts the snapshot back, the system-wide values too, into the player's own preferences. A key that was stored since
+// for the first time stays (docs/kept-on-purpose.md).
 void AppDelegate::cancelSettings()
 {
     for (auto entry = m_settingsOldValue.begin(); entry != m_settingsOldValue.end(); ++entry)

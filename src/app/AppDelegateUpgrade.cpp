@@ -1,34 +1,34 @@
 #include "app/AppDelegate.h"
 
-#include "app/SplashScreen.h"
-#include "pack/ArchiveExtraction.h"
-#include "pack/DownloadFile.h"
-#include "pack/PrivilegedRun.h"
+#include "controls/Waiting.h"
 #include "platform/Alert.h"
-#include "platform/Bundle.h"
 #include "platform/MainThread.h"
 #include "platform/Text.h"
 #include "platform/Workspace.h"
-#include "settings/Utility.h"
-#include "upgrade/InstallerDownloadWindow.h"
+#include "upgrade/InstallerReplacement.h"
 #include "upgrade/InstallerUpgrade.h"
-#include "upgrade/NewBundle.h"
+#include "windows/InstallerDownloadWindow.h"
+#include "windows/SplashScreen.h"
+
+#include <QCoreApplication>
 
 using namespace Qt::StringLiterals;
 
 bool AppDelegate::checkInstallerUpdate()
 {
-    m_upgrade = std::make_shared<InstallerUpgrade>(m_surroundings.loader, m_surroundings.hosts, Bundle::version());
+    m_upgrade = std::make_shared<InstallerUpgrade>(m_surroundings.loader, m_surroundings.site,
+                                                   QCoreApplication::applicationVersion(),
+                                                   [] { return std::make_unique<InstallerDownloadWindow>(); });
     bool unreachable = false;
     std::optional<QString> version;
     const bool available = m_upgrade->updateAvailable(&unreachable, &version);
     if (unreachable) {
-        // The bundle's name in it does not follow the version: agreed.
+        // The bundle's name in it is fixed text (docs/kept-on-purpose.md).
         m_surroundings.alert.runModal({Text::filled(
             u"Installer could not connect to %@ or connection is blocked by a security software. Check internet "
             "connection to website and whitelist WayfarRoutes_1.2.6.app file with your security software and try "
             "again.",
-            {m_surroundings.hosts.www()})});
+            {m_surroundings.site.wwwHost()})});
         m_surroundings.exit(1);
         return true;
     }
@@ -58,7 +58,7 @@ void AppDelegate::performUpgrade(const QString &version)
 
 void AppDelegate::InstallerUpgradeResult(bool result)
 {
-    m_upgrade->progressWindow()->close();
+    m_upgrade->progressWindow()->dismiss();
     if (result) {
         installUpdate();
         return;
@@ -71,16 +71,9 @@ void AppDelegate::InstallerUpgradeResult(bool result)
 // The running bundle stays as it is: the new one is put beside it and started.
 void AppDelegate::installUpdate()
 {
-    const OptionalPath unpackFolder = pathIn(Utility::WayfarInstallerFolder(), u"/update");
-    const NewBundle bundle = NewBundle::of(VersionValue().value_or(QString()), unpackFolder, m_surroundings.bundlePath);
-    {
-        const MainThread::Wait wait;
-        (void)FileManager::createDirectory(unpackFolder, false);
-        FileManager::makeTreeWritable(unpackFolder); // an earlier archive may have brought read-only folders
-        ArchiveExtraction::extract(DownloadFile::path(), unpackFolder);
-        FileManager::makeTreeReadable(unpackFolder);
-        FileManager::makeTreeWritable(unpackFolder); // a read-only folder can't be moved, not even by its owner
-    }
+    NewBundle bundle;
+    Waiting::blockFor(
+        [&] { bundle = InstallerReplacement::unpack(VersionValue().value_or(QString()), m_surroundings.bundlePath); });
     if (bundle.source && !movetoLocation(*bundle.source, *bundle.destination))
         return;
     if (bundle.destination)
@@ -90,13 +83,13 @@ void AppDelegate::installUpdate()
 
 bool AppDelegate::movetoLocation(const FilePath &source, const FilePath &destination)
 {
-    const MainThread::Wait wait; // from one disk to another it is a copy
-    if (FileManager::moveItem(source, destination).code != FileError::NoWritePermission)
-        return true; // moved, or a failure that a password would not help
-    if (PrivilegedRun::run(m_surroundings.scriptRunner, m_surroundings.alert, PrivilegedRun::script("cp -r '%@' '%@'"),
-                           {source, destination}, u"Wayfar Installer failed to make changes. Reason %@"_s,
-                           u"Application will quit now."_s))
+    std::optional<PrivilegedOutcome> byAdministrator;
+    Waiting::blockFor(
+        [&] { byAdministrator = InstallerReplacement::move(source, destination, m_surroundings.scriptRunner); });
+    if (!byAdministrator || byAdministrator->done)
         return true;
+    showFailure(*byAdministrator, u"Wayfar Installer failed to make changes. Reason %@",
+                u"Application will quit now."_s);
     m_surroundings.exit(1);
     return false;
 }

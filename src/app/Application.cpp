@@ -1,6 +1,7 @@
 #include "app/Application.h"
 
 #include "platform/Bundle.h"
+#include "resources/Pictures.h"
 
 #include <QApplication>
 #include <QIcon>
@@ -21,9 +22,9 @@ void exitAtOnce(int status)
 }
 } // namespace
 
-Application::Application(const QString &version, const VendorHosts &hosts, const UrlLoaderSettings &network)
+Application::Application(const QString &version, const VendorSite &site, const UrlLoaderSettings &network)
     : m_loader(network),
-      m_delegate({.hosts = hosts,
+      m_delegate({.site = site,
                   .defaults = m_defaults,
                   .loader = m_loader,
                   .workspace = m_workspace,
@@ -35,13 +36,13 @@ Application::Application(const QString &version, const VendorHosts &hosts, const
                           QCoreApplication::quit();
                       },
                   .exit = exitAtOnce,
-                  .bundlePath = Bundle::path()})
+                  .bundlePath = Bundle::running()})
 {
     QCoreApplication::setApplicationName(u"wayfar-installer"_s);
     QCoreApplication::setApplicationVersion(version);
     QGuiApplication::setApplicationDisplayName(u"Wayfar Installer"_s);
     QGuiApplication::setDesktopFileName(u"wayfar-installer"_s);
-    QGuiApplication::setWindowIcon(Bundle::icon());
+    QGuiApplication::setWindowIcon(Pictures::icon());
     QGuiApplication::setQuitOnLastWindowClosed(false); // the splash closes before the main window shows
 }
 
@@ -53,7 +54,7 @@ int Application::exec()
     QTimer::singleShot(0, &m_delegate, &AppDelegate::applicationDidFinishLaunching);
     qApp->installEventFilter(this);
     const int status = QApplication::exec();
-    if (m_delegate.isStarting()) // ended before the worker was there
+    if (m_delegate.isStarting()) // the worker still works: no destructor may take from it what it uses
         exitAtOnce(status);
     return status;
 }

@@ -1,12 +1,12 @@
 #pragma once
 
 #include "app/AppDelegate.h"
-#include "platform/Alert.h"
+#include "controls/AlertWindow.h"
+#include "places/VendorSite.h"
 #include "platform/ScriptRunner.h"
 #include "platform/SingleInstance.h"
 #include "platform/UrlLoader.h"
 #include "platform/UserDefaults.h"
-#include "platform/VendorHosts.h"
 #include "platform/Workspace.h"
 
 // The whole program: its real delegate, windows and services. The product's main and the demo's differ in what they
@@ -17,7 +17,7 @@ class Application : public QObject
 
 public:
     // After QApplication is made.
-    Application(const QString &version, const VendorHosts &hosts, const UrlLoaderSettings &network = {});
+    Application(const QString &version, const VendorSite &site, const UrlLoaderSettings &network = {});
 
     // From the start to the exit status. At once, with 0, where this very program runs already: that one comes to the
     // front.
@@ -31,7 +31,7 @@ private:
     UserDefaults m_defaults;
     UrlLoader m_loader;
     Workspace m_workspace;
-    Alert m_alert;
+    AlertWindow m_alert;
     ScriptRunner m_scriptRunner;
     AppDelegate m_delegate;
 };

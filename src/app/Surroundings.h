@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/VendorHosts.h"
+#include "places/VendorSite.h"
 
 #include <QString>
 
@@ -12,10 +12,10 @@ class UrlLoader;
 class UserDefaults;
 class Workspace;
 
-// What the delegate works with: the vendor's hosts, the services of the platform (borrowed; they outlive it), and the
-// place it runs from.
+// What the delegate works with: the vendor's addresses, the services of the platform (borrowed; they outlive it), and
+// the place it runs from.
 struct Surroundings {
-    VendorHosts hosts;
+    VendorSite site;
     UserDefaults &defaults;
     UrlLoader &loader;
     Workspace &workspace;

@@ -1,7 +1,7 @@
 #include "content/InstallerImages.h"
 
-#include "platform/Bundle.h"
 #include "platform/UrlLoader.h"
+#include "resources/Pictures.h"
 
 #include <QBuffer>
 #include <QImageReader>
@@ -28,11 +28,10 @@ QImage decoded(const QByteArray &bytes)
     return reader.read();
 }
 
-QImage banner(UrlLoader &loader, const VendorHosts &hosts, const QString &name)
+QImage banner(UrlLoader &loader, const QString &url, const QString &builtIn)
 {
-    const QString url = u"https://"_s + hosts.site + u"/installer/banners/"_s + name + u".png"_s;
     const auto bytes = InstallerImages::downloadImage(loader, url);
-    return bytes ? decoded(*bytes) : Bundle::imageNamed(name);
+    return bytes ? decoded(*bytes) : Pictures::imageNamed(builtIn);
 }
 } // namespace
 
@@ -41,12 +40,12 @@ std::optional<QByteArray> InstallerImages::downloadImage(UrlLoader &loader, cons
     return loader.sendSynchronousRequest({.url = url}).body;
 }
 
-QImage InstallerImages::downloadSmallImage(UrlLoader &loader, const VendorHosts &hosts)
+QImage InstallerImages::downloadSmallImage(UrlLoader &loader, const VendorSite &site)
 {
-    return banner(loader, hosts, u"small"_s);
+    return banner(loader, site.smallBanner(), u"small"_s);
 }
 
-QImage InstallerImages::downloadLargeImage(UrlLoader &loader, const VendorHosts &hosts)
+QImage InstallerImages::downloadLargeImage(UrlLoader &loader, const VendorSite &site)
 {
-    return banner(loader, hosts, u"large"_s);
+    return banner(loader, site.largeBanner(), u"large"_s);
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/VendorHosts.h"
+#include "places/VendorSite.h"
 
 #include <QByteArray>
 #include <QImage>
@@ -17,6 +17,6 @@ public:
     static std::optional<QByteArray> downloadImage(UrlLoader &loader, const QString &url);
 
     // The built-in picture after a transport error; null when what came is no picture.
-    static QImage downloadSmallImage(UrlLoader &loader, const VendorHosts &hosts);
-    static QImage downloadLargeImage(UrlLoader &loader, const VendorHosts &hosts);
+    static QImage downloadSmallImage(UrlLoader &loader, const VendorSite &site);
+    static QImage downloadLargeImage(UrlLoader &loader, const VendorSite &site);
 };

@@ -1,10 +1,9 @@
 #include "content/RSSFeed.h"
 
 #include "content/FeedParser.h"
-#include "platform/FileManager.h"
+#include "places/SupportFolder.h"
 #include "platform/Text.h"
 #include "platform/UrlLoader.h"
-#include "settings/Utility.h"
 
 #include <QStringEncoder>
 
@@ -13,7 +12,7 @@ using namespace Qt::StringLiterals;
 namespace
 {
 const QString head = u"<html><head><style>*{margin : 0.5px;padding :0.5px;}</style></head><body>"_s;
-// The three blanks, and the tail without its slash, are as the page has always been: agreed.
+// The three blanks, and the tail without its slash, are how the page has always been (docs/kept-on-purpose.md).
 constexpr QStringView line =
     u"<font size=\"3\"><a   href=\"%@\" onclick=\"return !window.open( this.href );\">%@</a></font>"
     "<br><font size=\"2\">%@</font><br>";
@@ -27,13 +26,13 @@ QByteArray utf16(const QString &text)
 }
 } // namespace
 
-RSSFeed::RSSFeed(UrlLoader &loader, const VendorHosts &hosts) : m_loader(loader), m_hosts(hosts) { }
+RSSFeed::RSSFeed(UrlLoader &loader, const VendorSite &site) : m_loader(loader), m_site(site) { }
 
 void RSSFeed::parseRSSWithURL()
 {
-    const UrlAnswer answer = m_loader.sendSynchronousRequest({.url = u"https://"_s + m_hosts.www() + u"/feed"_s});
+    const UrlAnswer answer = m_loader.sendSynchronousRequest({.url = m_site.feed()});
     const QString page = pageOf(answer.body.value_or(QByteArray()));
-    const OptionalPath file = pathIn(Utility::WayfarInstallerFolder(), u"/rssfeed.html");
+    const OptionalPath file = SupportFolder::newsPage();
     (void)FileManager::removeItem(file);
     (void)FileManager::writeAtomically(file, utf16(page));
 }
@@ -60,8 +59,8 @@ void RSSFeed::parserFoundCharacters(const QString &text)
         m_currentPubDate = text;
 }
 
-// Whichever element ends: the test is on the one started last. A title therefore meets the link and the date of the
-// post before it, which is how the feed's page reads: agreed.
+// Whichever element ends: the test is on the one that started last. A title therefore gets the link and the date of the
+// post before it (docs/kept-on-purpose.md).
 void RSSFeed::parserDidEndElement()
 {
     if (m_currentElement != u"title"_s)

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/VendorHosts.h"
+#include "places/VendorSite.h"
 
 #include <QByteArray>
 #include <QString>
@@ -14,7 +14,7 @@ class UrlLoader;
 class RSSFeed
 {
 public:
-    RSSFeed(UrlLoader &loader, const VendorHosts &hosts);
+    RSSFeed(UrlLoader &loader, const VendorSite &site);
 
     // Fetches, parses and writes. Blocks; any thread. A feed that can't be had or breaks gives the lines before that.
     void parseRSSWithURL();
@@ -39,7 +39,7 @@ private:
     void appendLine();
 
     UrlLoader &m_loader;
-    const VendorHosts m_hosts;
+    const VendorSite m_site;
     std::optional<QString> m_currentElement;
     std::optional<QString> m_currentTitle;
     std::optional<QString> m_currentURL;

@@ -1,5 +1,7 @@
 #include "controls/Pane.h"
 
+#include "controls/Theme.h"
+
 #include <QFileInfo>
 #include <QGuiApplication>
 #include <QWebEngineDownloadRequest>
@@ -15,8 +17,6 @@ using namespace Qt::StringLiterals;
 
 namespace
 {
-constexpr QRgb paper = 0xfffffdf8;
-
 // It comes first in the page, so that whatever the page says of itself wins.
 constexpr auto houseStyle = R"(
 (function () {
@@ -73,7 +73,7 @@ class Pane::Page : public QWebEnginePage
 public:
     Page(QWebEngineProfile *profile, QObject *parent) : QWebEnginePage(profile, parent)
     {
-        setBackgroundColor(QColor::fromRgb(paper));
+        setBackgroundColor(QColor(Theme::paper));
         // window.open, target=_blank, a middle click: for none of them does acceptNavigationRequest come.
         connect(this, &QWebEnginePage::newWindowRequested, this, [this](QWebEngineNewWindowRequest &request) {
             if (mayGoTo(request.requestedUrl()))

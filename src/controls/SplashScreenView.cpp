@@ -1,6 +1,6 @@
 #include "controls/SplashScreenView.h"
 
-#include "platform/Bundle.h"
+#include "resources/Pictures.h"
 
 #include <QPaintEvent>
 #include <QPainter>
@@ -11,7 +11,7 @@ namespace
 {
 QPixmap splashPicture()
 {
-    return QPixmap::fromImage(Bundle::imageNamed(u"splash_wayfar5"_s));
+    return QPixmap::fromImage(Pictures::imageNamed(u"splash_wayfar5"_s));
 }
 } // namespace
 

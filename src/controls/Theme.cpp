@@ -1,7 +1,8 @@
 #include "controls/Theme.h"
 
-#include <QColor>
 #include <QEvent>
+#include <QHash>
+#include <QRegularExpression>
 #include <QWidget>
 
 using namespace Qt::StringLiterals;
@@ -16,24 +17,43 @@ bool isDark(const QPalette &palette)
 QColor mixed(const QColor &from, const QColor &to, float part)
 {
     const auto mix = [part](float a, float b) { return a + (b - a) * part; };
-    return QColor::fromRgbF(mix(from.redF(), to.redF()), mix(from.greenF(), to.greenF()),
-                            mix(from.blueF(), to.blueF()));
+    const QColor exact =
+        QColor::fromRgbF(mix(from.redF(), to.redF()), mix(from.greenF(), to.greenF()), mix(from.blueF(), to.blueF()));
+    return QColor(exact.rgb()); // as a style sheet has it
 }
 
-QColor actionColor(const QPalette &palette)
+QHash<QString, QColor> colorsFor(const QPalette &palette)
 {
-    return QColor(isDark(palette) ? u"#d9733f"_s : u"#b4492a"_s);
+    const bool dark = isDark(palette);
+    const QColor window = palette.color(QPalette::Window);
+    const QColor text = palette.color(QPalette::WindowText);
+    const QColor action(dark ? u"#d9733f"_s : u"#b4492a"_s);
+    return {
+        {u"line"_s, mixed(window, text, 0.18F)},
+        {u"muted"_s, mixed(window, text, dark ? 0.68F : 0.66F)},
+        {u"faint"_s, mixed(window, text, 0.45F)},
+        {u"groove"_s, mixed(window, text, 0.12F)},
+        {u"action"_s, action},
+        {u"on-action"_s, QColor(dark ? u"#1b100b"_s : u"#ffffff"_s)},
+        {u"action-hover"_s, action.lighter(110)},
+        {u"action-pressed"_s, action.darker(112)},
+        {u"action-focus"_s, mixed(action, text, 0.55F)},
+        {u"focus"_s, palette.color(QPalette::Highlight)},
+        {u"beside-focus"_s, palette.color(QPalette::Base)},
+        {u"paper"_s, QColor(Theme::paper)},
+    };
 }
 
-QColor grooveColor(const QPalette &palette)
-{
-    return mixed(palette.color(QPalette::Window), palette.color(QPalette::WindowText), 0.12F);
-}
+const QHash<QString, QString> sizes = {
+    {u"card-radius"_s, u"6px"_s},
+    {u"button-radius"_s, u"8px"_s},
+    {u"focus-width"_s, u"2px"_s},
+};
 
 class Follower : public QObject
 {
 public:
-    Follower(QWidget &widget, Theme::Style style) : QObject(&widget), m_widget(widget), m_style(style)
+    Follower(QWidget &widget, const QString &sheet) : QObject(&widget), m_widget(widget), m_sheet(sheet)
     {
         dress();
         widget.window()->installEventFilter(this); // a style sheet keeps the desktop's changes from a widget in it
@@ -50,68 +70,36 @@ private:
     // A new style sheet is itself a change of the palette.
     void dress()
     {
-        const QString sheet = m_style(m_widget.window()->palette());
+        const QString sheet = Theme::filled(m_sheet, m_widget.window()->palette());
         if (sheet != m_widget.styleSheet())
             m_widget.setStyleSheet(sheet);
     }
 
     QWidget &m_widget;
-    const Theme::Style m_style;
+    const QString m_sheet;
 };
 } // namespace
 
-void Theme::follow(QWidget &widget, Style style)
+QColor Theme::color(const QString &name, const QPalette &palette)
 {
-    new Follower(widget, style);
+    return colorsFor(palette).value(name);
 }
 
-QString Theme::mainWindowStyle(const QPalette &palette)
+QString Theme::filled(const QString &sheet, const QPalette &palette)
 {
-    const bool dark = isDark(palette);
-    const QColor window = palette.color(QPalette::Window);
-    const QColor text = palette.color(QPalette::WindowText);
-    const QColor line = mixed(window, text, 0.18F);
-    const QColor groove = grooveColor(palette);
-    const QColor muted = mixed(window, text, dark ? 0.68F : 0.66F);
-    const QColor faint = mixed(window, text, 0.45F);
-    const QColor action = actionColor(palette);
-    const QColor onAction(dark ? u"#1b100b"_s : u"#ffffff"_s);
-
-    return uR"(
-QFrame#accountCard, QFrame#newsCard { background: #fffdf8; border: 1px solid %1; border-radius: 6px; }
-QLabel[role="heading"] { font-weight: 600; }
-QLabel[role="caption"] { color: %2; }
-ElidedLabel[role="version"] { font-weight: 600; }
-ElidedLabel#statusLabel { color: %2; }
-CursorButtons { background: transparent; border: 2px solid transparent; }
-CursorButtons:focus { border-color: %10; outline: 2px solid %11; }
-WayfarProgressIndicator { background: %3; border: none; }
-WayfarProgressIndicator::chunk { background: %4; }
-QPushButton#mainButton { background: %4; color: %5; border: 2px solid %4; border-radius: 8px; padding: 0 28px;
-    font-weight: 600; }
-QPushButton#mainButton:hover { background: %6; border-color: %6; }
-QPushButton#mainButton:pressed { background: %7; border-color: %7; }
-QPushButton#mainButton:focus { border-color: %8; }
-QPushButton#mainButton:disabled { background: %3; border-color: %3; color: %9; }
-)"_s.arg(line.name(), muted.name(), groove.name(), action.name(), onAction.name(), action.lighter(110).name(),
-         action.darker(112).name(), mixed(action, text, 0.55F).name(), faint.name(),
-         palette.color(QPalette::Highlight).name(), palette.color(QPalette::Base).name());
+    static const QRegularExpression name(u"@([a-z-]+)"_s);
+    const QHash<QString, QColor> colors = colorsFor(palette);
+    QString filled;
+    qsizetype from = 0;
+    for (const QRegularExpressionMatch &match : name.globalMatch(sheet)) {
+        filled += sheet.sliced(from, match.capturedStart() - from);
+        filled += sizes.value(match.captured(1), colors.value(match.captured(1)).name());
+        from = match.capturedEnd();
+    }
+    return filled + sheet.sliced(from);
 }
 
-QString Theme::settingsStyle(const QPalette &palette)
+void Theme::follow(QWidget &widget, const QString &sheet)
 {
-    const QColor window = palette.color(QPalette::Window);
-    const QColor muted = mixed(window, palette.color(QPalette::WindowText), isDark(palette) ? 0.68F : 0.66F);
-    return uR"(
-QLabel[role="heading"] { font-weight: 600; }
-ElidedLabel[role="path"] { color: %1; }
-)"_s.arg(muted.name());
-}
-
-QString Theme::downloadStyle(const QPalette &palette)
-{
-    return uR"(
-QProgressBar { background: %1; border: none; }
-QProgressBar::chunk { background: %2; }
-)"_s.arg(grooveColor(palette).name(), actionColor(palette).name());
+    new Follower(widget, sheet);
 }

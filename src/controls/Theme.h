@@ -1,19 +1,23 @@
 #pragma once
 
+#include <QColor>
 #include <QPalette>
 #include <QString>
 
 class QWidget;
 
-// The product's look on top of the desktop's own style, fonts and colours, light or dark.
+// The product's look on top of the desktop's own style, fonts and colours, light or dark: colours and sizes by name.
+// Each window writes its own style sheet with these names in it.
 namespace Theme
 {
-using Style = QString (*)(const QPalette &);
-// Dresses the widget in the style now and whenever its window's palette changes, as between light and dark. The widget
-// has its place in the window already.
-void follow(QWidget &widget, Style style);
+constexpr QRgb paper = 0xfffffdf8; // what pages stand on, by day and by night
 
-QString mainWindowStyle(const QPalette &palette);
-QString settingsStyle(const QPalette &palette);
-QString downloadStyle(const QPalette &palette);
+// "line", "muted", "faint", "groove", "action", "on-action", "action-hover", "action-pressed", "action-focus", "focus",
+// "beside-focus", "paper". Not valid for another name.
+QColor color(const QString &name, const QPalette &palette);
+// The sheet with every "@NAME" replaced: a colour, or one of the sizes "card-radius", "button-radius", "focus-width".
+QString filled(const QString &sheet, const QPalette &palette);
+// Dresses the widget in the sheet now and whenever its window's palette changes, as between light and dark. The widget
+// has its place in the window already.
+void follow(QWidget &widget, const QString &sheet);
 } // namespace Theme

@@ -1,22 +1,17 @@
 #include "pack/DownloadFile.h"
 
-#include "settings/Utility.h"
-
-OptionalPath DownloadFile::path()
-{
-    return pathIn(Utility::WayfarInstallerFolder(), u"/download.zip");
-}
+#include "places/SupportFolder.h"
 
 void DownloadFile::remove()
 {
-    (void)FileManager::removeItem(path());
+    (void)FileManager::removeItem(SupportFolder::download());
 }
 
 void DownloadFile::begin(qint64 expectedContentLength)
 {
     m_totalSize = expectedContentLength;
     m_totalDownloaded = 0;
-    m_path = path(); // kept for the pieces: each look for the folder may log that there is none
+    m_path = SupportFolder::download(); // kept for the pieces: each look for the folder may log that there is none
     (void)FileManager::createEmptyFile(m_path);
 }
 

@@ -7,9 +7,6 @@
 class DownloadFile
 {
 public:
-    // Its place, found afresh; nothing without a support folder.
-    static OptionalPath path();
-
     void remove();
     // A response began: the file is made or emptied. The length is -1 when none was announced.
     void begin(qint64 expectedContentLength);

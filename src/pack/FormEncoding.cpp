@@ -1,8 +1,7 @@
 #include "pack/FormEncoding.h"
 
+#include "places/Preferences.h"
 #include "platform/UrlLoader.h"
-#include "platform/UserDefaults.h"
-#include "settings/PreferenceKeys.h"
 
 #include <QUrl>
 
@@ -32,8 +31,8 @@ QString FormEncoding::urlencode(const QString &text)
 FormPairs FormEncoding::accountPairs(const UserDefaults &defaults)
 {
     FormPairs pairs;
-    const auto user = defaults.stringForKey(PreferenceKeys::userName);
-    const auto password = defaults.stringForKey(PreferenceKeys::password);
+    const auto user = Preferences::userName.storedIn(defaults);
+    const auto password = Preferences::password.storedIn(defaults);
     if (user)
         pairs.append({u"user"_s, *user});
     if (user && password)

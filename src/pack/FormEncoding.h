@@ -10,7 +10,6 @@ using FormPairs = QList<std::pair<QString, QString>>; // name and value
 
 struct UrlRequest;
 class UserDefaults;
-struct VendorHosts;
 
 namespace FormEncoding
 {

@@ -6,17 +6,17 @@
 #include <QList>
 #include <QString>
 
-class Alert;
 class ScriptRunner;
 
-// A shell command run again with an administrator's rights, after the file system refused the player's.
+struct PrivilegedOutcome {
+    bool done = true;
+    QString reason = {}; // of a failure, in the runner's brief words
+};
+
+// A shell command run with an administrator's rights, after the file system refused the player's.
 namespace PrivilegedRun
 {
-// The script of a command template, each of its "%@" standing between single quotes for one of the paths.
-QByteArray script(QByteArrayView command);
-
-// Fills the script's "%@" with the paths, raw and in order, runs it and blocks until it ended. False after a failure,
-// which has been shown: the message's "%@" is the runner's brief text. Exit status 1 is a success.
-bool run(ScriptRunner &runner, Alert &alert, const QByteArray &script, const QList<FilePath> &paths,
-         const QString &message, const QString &informativeText = {});
+// Fills each "%@" of the command, which stands between single quotes, with the paths, raw and in order. Blocks until
+// the command ended. Exit status 1 counts as done. Main thread.
+[[nodiscard]] PrivilegedOutcome run(ScriptRunner &runner, QByteArrayView command, const QList<FilePath> &paths);
 } // namespace PrivilegedRun

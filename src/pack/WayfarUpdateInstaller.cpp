@@ -1,16 +1,14 @@
 #include "pack/WayfarUpdateInstaller.h"
 
-using namespace Qt::StringLiterals;
-
-WayfarUpdateInstaller::WayfarUpdateInstaller(UserDefaults &defaults, UrlLoader &loader, const VendorHosts &hosts)
-    : m_defaults(defaults), m_loader(loader), m_hosts(hosts)
+WayfarUpdateInstaller::WayfarUpdateInstaller(UserDefaults &defaults, UrlLoader &loader, const VendorSite &site)
+    : m_defaults(defaults), m_loader(loader), m_site(site)
 {
 }
 
 void WayfarUpdateInstaller::downloadUpdate()
 {
-    const QString url = u"https://"_s + m_hosts.site + u"/api/dlGuide"_s;
-    m_loader.start(FormEncoding::formRequest(url, FormEncoding::accountPairs(m_defaults)), shared_from_this());
+    const UrlRequest request = FormEncoding::formRequest(m_site.packDownload(), FormEncoding::accountPairs(m_defaults));
+    m_loader.start(request, shared_from_this());
     m_file.remove(); // before the first callback, which comes from the event loop
 }
 
@@ -35,5 +33,6 @@ void WayfarUpdateInstaller::connectionDidFailWithError(const QString &)
 void WayfarUpdateInstaller::connectionDidFinishLoading()
 {
     if (m_delegate)
-        m_delegate->downloadFinishedWithResult(true); // neither the length nor the content is looked at: agreed
+        m_delegate->downloadFinishedWithResult(
+            true); // Any complete answer is a success, an error page too: the installation then finds no archive.
 }

@@ -4,7 +4,7 @@
 #include "pack/FormEncoding.h"
 #include "pack/UpdateDownloadDelegate.h"
 #include "platform/UrlLoader.h"
-#include "platform/VendorHosts.h"
+#include "places/VendorSite.h"
 
 class UserDefaults;
 
@@ -12,7 +12,7 @@ class UserDefaults;
 class WayfarUpdateInstaller : public UrlConnectionDelegate, public std::enable_shared_from_this<WayfarUpdateInstaller>
 {
 public:
-    WayfarUpdateInstaller(UserDefaults &defaults, UrlLoader &loader, const VendorHosts &hosts);
+    WayfarUpdateInstaller(UserDefaults &defaults, UrlLoader &loader, const VendorSite &site);
 
     qint64 totalSize() const { return m_file.totalSize(); }
     qint64 totalDownloaded() const { return m_file.totalDownloaded(); }
@@ -20,7 +20,7 @@ public:
     void setDelegate(UpdateDownloadDelegate *delegate) { m_delegate = delegate; } // borrowed; it outlives us
 
     static QByteArray encodeDictionary(const FormPairs &pairs) { return FormEncoding::encodeDictionary(pairs); }
-    static QString urlencode(const QString &text) { return FormEncoding::urlencode(text); } // nobody's, by now
+    static QString urlencode(const QString &text) { return FormEncoding::urlencode(text); } // the forms do not use it
 
     // Returns at once; the running transfer keeps this object alive.
     void downloadUpdate();
@@ -33,7 +33,7 @@ public:
 private:
     UserDefaults &m_defaults;
     UrlLoader &m_loader;
-    const VendorHosts m_hosts;
+    const VendorSite m_site;
     UpdateDownloadDelegate *m_delegate = nullptr;
     DownloadFile m_file;
 };

@@ -1,10 +1,9 @@
 #include "pack/WayfarVersion.h"
 
-#include "platform/FileManager.h"
+#include "places/GameFolder.h"
 #include "platform/Text.h"
 #include "platform/UrlLoader.h"
 #include "platform/UserDefaults.h"
-#include "settings/PreferenceKeys.h"
 
 using namespace Qt::StringLiterals;
 
@@ -19,27 +18,24 @@ std::optional<QString> versionInToc(QStringView toc)
     return std::nullopt;
 }
 
-WayfarVersion::WayfarVersion(UserDefaults &defaults, UrlLoader &loader, const VendorHosts &hosts)
-    : m_defaults(defaults), m_loader(loader), m_hosts(hosts)
+WayfarVersion::WayfarVersion(UserDefaults &defaults, UrlLoader &loader, const VendorSite &site)
+    : m_defaults(defaults), m_loader(loader), m_site(site)
 {
 }
 
 QString WayfarVersion::localVersion() const
 {
     m_defaults.synchronize(); // another process may have moved the game folder a moment ago
-    const QString game =
-        m_defaults.stringForKey(PreferenceKeys::installPath).value_or(PreferenceKeys::defaultInstallPath);
-    const auto bytes = FileManager::contentsOfFile(pathIn(game, u"/_retail_/Interface/AddOns/Trailbook/Trailbook.toc"));
+    const auto bytes = FileManager::contentsOfFile(GameFolder::current(m_defaults).tableOfContents());
     const auto toc = bytes ? Text::fromUtf8(*bytes) : std::nullopt;
     return versionInToc(toc.value_or(QString())).value_or(u"none"_s);
 }
 
 std::optional<QString> WayfarVersion::updateVersion() const
 {
-    const UrlAnswer answer =
-        m_loader.sendSynchronousRequest({.url = u"https://"_s + m_hosts.site + u"/api/wayfarVersion"_s});
+    const UrlAnswer answer = m_loader.sendSynchronousRequest({.url = m_site.packVersion()});
     auto version = answer.body ? Text::fromAscii(*answer.body) : std::nullopt;
     if (version)
-        version->remove(u"\r\n"_s); // a lone line feed stays, and makes the versions differ: agreed
+        version->remove(u"\r\n"_s); // a lone line feed stays: the vendor is to answer with the bare version
     return version;
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/VendorHosts.h"
+#include "places/VendorSite.h"
 
 #include <QString>
 
@@ -17,7 +17,7 @@ std::optional<QString> versionInToc(QStringView toc);
 class WayfarVersion
 {
 public:
-    WayfarVersion(UserDefaults &defaults, UrlLoader &loader, const VendorHosts &hosts);
+    WayfarVersion(UserDefaults &defaults, UrlLoader &loader, const VendorSite &site);
 
     // The installed one; "none" without a readable table of contents or a version line in it.
     QString localVersion() const;
@@ -27,5 +27,5 @@ public:
 private:
     UserDefaults &m_defaults;
     UrlLoader &m_loader;
-    const VendorHosts m_hosts;
+    const VendorSite m_site;
 };

@@ -16,7 +16,6 @@ public:
     static constexpr int DefaultReturn = 1; // the answer of the default button
 
     virtual ~Alert() = default;
-    // Returns when it was answered; shown on the main thread, callable on any. The texts are shown as they stand, long
-    // ones cut, never as markup.
-    virtual int runModal(const AlertContent &content);
+    // Returns when it was answered. Callable on any thread.
+    virtual int runModal(const AlertContent &content) = 0;
 };

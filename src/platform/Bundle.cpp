@@ -1,50 +1,45 @@
 #include "platform/Bundle.h"
 
+#include <QCoreApplication>
 #include <QDir>
-#include <QFile>
-#include <QGuiApplication>
-#include <QIcon>
+#include <QFileInfo>
 
 using namespace Qt::StringLiterals;
 
-// A static library's resources are linked in only when something names them; the macro works in no namespace.
-static void useResources()
+namespace
 {
-    Q_INIT_RESOURCE(app);
+const QString suffix = u".app"_s;
+const QString starter = u"/AppRun"_s;
+} // namespace
+
+bool Bundle::isBundle(const QString &path)
+{
+    return QFileInfo(path).isDir() && (path.endsWith(suffix) || QFileInfo(path + starter).isFile());
 }
 
-QString Bundle::path()
+QString Bundle::programOf(const QString &bundle)
+{
+    const QString ownName = u'/' + QFileInfo(bundle).completeBaseName();
+    for (const QString &name : {starter, ownName}) {
+        const QFileInfo program(bundle + name);
+        if (program.isFile() && program.isExecutable())
+            return program.filePath();
+    }
+    return {};
+}
+
+QString Bundle::enclosing(const QString &folder)
+{
+    for (QDir bundle(folder); !bundle.isRoot(); bundle.setPath(QFileInfo(bundle.path()).path())) {
+        if (bundle.dirName().endsWith(suffix))
+            return bundle.path();
+    }
+    return {};
+}
+
+QString Bundle::running()
 {
     const QString executableFolder = QCoreApplication::applicationDirPath();
-    for (QDir folder(executableFolder); !folder.isRoot(); folder = QDir(QFileInfo(folder.path()).path())) {
-        if (folder.dirName().endsWith(u".app"_s))
-            return folder.path();
-    }
-    return executableFolder;
-}
-
-QString Bundle::version()
-{
-    return QCoreApplication::applicationVersion();
-}
-
-QImage Bundle::imageNamed(const QString &name)
-{
-    useResources();
-    const QString fine = u":/%1@2x.png"_s.arg(name);
-    if (qGuiApp->devicePixelRatio() > 1 && QFile::exists(fine)) {
-        QImage image(fine);
-        image.setDevicePixelRatio(2);
-        return image;
-    }
-    return QImage(u":/%1.png"_s.arg(name));
-}
-
-QIcon Bundle::icon()
-{
-    useResources();
-    QIcon icon;
-    for (const int size : {16, 32, 48, 64, 128, 256})
-        icon.addFile(u":/icons/wayfar-installer-%1.png"_s.arg(size));
-    return icon;
+    const QString bundle = enclosing(executableFolder);
+    return bundle.isEmpty() ? executableFolder : bundle;
 }

@@ -1,18 +1,16 @@
 #pragma once
 
-#include <QImage>
 #include <QString>
 
-class QIcon;
-
-// The running program as an installed thing.
+// A program as one folder, which runs wherever it is put: the AppDir form, with "AppRun" in it, or a folder named
+// *.app.
 namespace Bundle
 {
-// The folder named *.app that encloses the executable; the executable's own folder where there is none.
-QString path();
-QString version(); // of this build, as main has set it
-// The picture of that name among the program's resources, in the resolution that the screens ask for; null when
-// unknown.
-QImage imageNamed(const QString &name);
-QIcon icon();
+bool isBundle(const QString &path);
+// What starts the bundle: its AppRun, else the executable of the bundle's own name; empty when it has neither.
+QString programOf(const QString &bundle);
+// The bundle, by its name, that encloses the folder or is it; empty when there is none.
+QString enclosing(const QString &folder);
+// The running program's; the executable's own folder where it is in none.
+QString running();
 } // namespace Bundle

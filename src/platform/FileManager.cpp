@@ -202,11 +202,6 @@ QString toText(const FilePath &path)
     return QFile::decodeName(QByteArray::fromStdString(path.native()));
 }
 
-OptionalPath pathIn(const std::optional<QString> &folder, QStringView literal)
-{
-    return folder ? OptionalPath(toPath(*folder + literal.toString())) : std::nullopt;
-}
-
 bool FileManager::fileExists(const OptionalPath &path)
 {
     struct stat status = {};

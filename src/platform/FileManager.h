@@ -12,8 +12,6 @@ using OptionalPath = std::optional<FilePath>; // nothing where a folder it is bu
 
 FilePath toPath(const QString &text);
 QString toText(const FilePath &path);
-// The folder's text with the literal put behind it, as plain text; nothing when there is no folder.
-OptionalPath pathIn(const std::optional<QString> &folder, QStringView literal);
 
 // What became of a file operation, in the numbers that the callers judge by.
 struct FileError {

@@ -1,5 +1,6 @@
 #include "platform/Workspace.h"
 
+#include "platform/Bundle.h"
 #include "platform/ShellCommand.h"
 
 #include <QDir>
@@ -38,19 +39,10 @@ QFileInfo fileAt(const QString &path)
     return QFileInfo(QDir::cleanPath(QFileInfo(path).absoluteFilePath()));
 }
 
-bool isBundle(const QFileInfo &file)
-{
-    return file.isDir() && (QFileInfo(file.filePath() + u"/AppRun"_s).isFile() || file.suffix() == u"app"_s);
-}
-
 bool startBundle(const QFileInfo &bundle)
 {
-    for (const QString &name : {u"AppRun"_s, bundle.completeBaseName()}) {
-        const QFileInfo program(bundle.filePath() + u'/' + name);
-        if (program.isFile() && program.isExecutable())
-            return start(program.filePath(), {}, bundle.filePath());
-    }
-    return false;
+    const QString program = Bundle::programOf(bundle.filePath());
+    return !program.isEmpty() && start(program, {}, bundle.filePath());
 }
 
 // Hands a file over to the desktop's tool, which either ends at once and knows whether it started something, or stays
@@ -75,7 +67,7 @@ bool Workspace::openFile(const QString &path)
     const QFileInfo file = fileAt(path);
     if (!file.exists())
         return false;
-    if (isBundle(file))
+    if (Bundle::isBundle(file.filePath()))
         return startBundle(file);
     if (file.suffix() == u"desktop"_s)
         return openByDesktop({"gio", "launch", file.filePath().toLocal8Bit()});

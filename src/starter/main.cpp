@@ -1,14 +1,13 @@
-#include "upgrade/InstalledBundles.h"
+#include "places/BundleFolder.h"
+#include "platform/Bundle.h"
 
 #include <QCoreApplication>
-#include <QDir>
 #include <QFile>
+#include <QFileInfo>
 
 #include <cstdio>
 
 #include <unistd.h>
-
-using namespace Qt::StringLiterals;
 
 namespace
 {
@@ -16,11 +15,8 @@ namespace
 QString bundlesFolder()
 {
     const QString own = QCoreApplication::applicationDirPath();
-    for (QDir folder(own); !folder.isRoot(); folder.setPath(QFileInfo(folder.path()).path())) {
-        if (folder.dirName().endsWith(u".app"_s))
-            return QFileInfo(folder.path()).path();
-    }
-    return own;
+    const QString bundle = Bundle::enclosing(own);
+    return bundle.isEmpty() ? own : QFileInfo(bundle).path();
 }
 } // namespace
 
@@ -28,9 +24,9 @@ QString bundlesFolder()
 int main(int argc, char **argv)
 {
     const QCoreApplication application(argc, argv);
-    const QString newest = newestBundleIn(bundlesFolder());
+    const QString newest = BundleFolder::newestIn(bundlesFolder());
     if (!newest.isEmpty()) {
-        QByteArray program = QFile::encodeName(newest + u"/AppRun"_s);
+        QByteArray program = QFile::encodeName(Bundle::programOf(newest));
         argv[0] = program.data();
         ::execv(program.constData(), argv);
     }

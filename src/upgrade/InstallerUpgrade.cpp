@@ -1,24 +1,18 @@
 #include "upgrade/InstallerUpgrade.h"
 
+#include "places/VersionNumbers.h"
 #include "platform/SystemLog.h"
 #include "platform/Text.h"
-#include "platform/Windows.h"
-#include "upgrade/InstallerDownloadWindow.h"
-#include "upgrade/VersionNumbers.h"
 
-using namespace Qt::StringLiterals;
-
-InstallerUpgrade::InstallerUpgrade(UrlLoader &loader, const VendorHosts &hosts, const QString &installedVersion)
-    : m_loader(loader), m_hosts(hosts), m_installedVersion(installedVersion)
+InstallerUpgrade::InstallerUpgrade(UrlLoader &loader, const VendorSite &site, const QString &installedVersion,
+                                   const WindowMaker &makeWindow)
+    : m_loader(loader), m_site(site), m_installedVersion(installedVersion), m_makeWindow(makeWindow)
 {
 }
 
-InstallerUpgrade::~InstallerUpgrade() = default;
-
 bool InstallerUpgrade::updateAvailable(bool *error, std::optional<QString> *version)
 {
-    const UrlAnswer answer =
-        m_loader.sendSynchronousRequest({.url = u"https://"_s + m_hosts.site + u"/api/macVersion"_s});
+    const UrlAnswer answer = m_loader.sendSynchronousRequest({.url = m_site.installerVersion()});
     const auto published = answer.body ? Text::fromAscii(*answer.body) : std::nullopt;
     if (!published || published->isEmpty()) {
         *error = true;
@@ -35,8 +29,7 @@ bool InstallerUpgrade::updateAvailable(bool *error, std::optional<QString> *vers
 
 bool InstallerUpgrade::upgrade(bool *, const QString &version)
 {
-    const QString url = Text::filled(u"https://%@/WayfarRoutes_%@.zip", {m_hosts.download, version});
-    m_loader.start({.url = url}, shared_from_this());
+    m_loader.start({.url = m_site.installerArchive(version)}, shared_from_this());
     setupProgressWindow(version);
     m_file.remove(); // before the first callback, which comes from the event loop
     return true;
@@ -44,11 +37,10 @@ bool InstallerUpgrade::upgrade(bool *, const QString &version)
 
 void InstallerUpgrade::setupProgressWindow(const QString &version)
 {
-    m_progressWindow = std::make_unique<InstallerDownloadWindow>();
+    m_progressWindow = m_makeWindow();
     setDownloadText(Text::filled(u"Downloading version %@", {version}));
     setProgress(0);
-    Windows::center(*m_progressWindow);
-    Windows::makeKeyAndOrderFront(*m_progressWindow);
+    m_progressWindow->present();
 }
 
 void InstallerUpgrade::setDownloadText(const QString &text)

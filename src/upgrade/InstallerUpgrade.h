@@ -2,20 +2,23 @@
 
 #include "pack/DownloadFile.h"
 #include "platform/UrlLoader.h"
-#include "platform/VendorHosts.h"
+#include "places/VendorSite.h"
 #include "upgrade/InstallerUpgradeDelegate.h"
+#include "upgrade/ProgressWindow.h"
 
+#include <functional>
+#include <memory>
 #include <optional>
-
-class InstallerDownloadWindow;
 
 // Asks for the published installer version, from any thread, and downloads that installer into "download.zip" with a
 // window of its own, on the main thread. One object a start.
 class InstallerUpgrade : public UrlConnectionDelegate, public std::enable_shared_from_this<InstallerUpgrade>
 {
 public:
-    InstallerUpgrade(UrlLoader &loader, const VendorHosts &hosts, const QString &installedVersion);
-    ~InstallerUpgrade() override;
+    using WindowMaker = std::function<std::unique_ptr<ProgressWindow>()>; // called once a download
+
+    InstallerUpgrade(UrlLoader &loader, const VendorSite &site, const QString &installedVersion,
+                     const WindowMaker &makeWindow);
 
     // True when the published version is newer: then it is stored, as it came. Sets the error, and stores nothing, when
     // the vendor can't be reached or publishes nothing. Otherwise neither is touched. Blocks.
@@ -27,7 +30,7 @@ public:
 
     QString downloadText() const { return m_downloadText; }
     double progress() const { return m_progress; } // exactly as it was counted
-    InstallerDownloadWindow *progressWindow() const { return m_progressWindow.get(); } // null before a download
+    ProgressWindow *progressWindow() const { return m_progressWindow.get(); } // null before a download
     qint64 totalSize() const { return m_file.totalSize(); }
     qint64 totalDownloaded() const { return m_file.totalDownloaded(); }
     void setDelegate(InstallerUpgradeDelegate *delegate) { m_delegate = delegate; } // borrowed; it outlives us
@@ -42,11 +45,12 @@ private:
     void setProgress(double percentage);
 
     UrlLoader &m_loader;
-    const VendorHosts m_hosts;
+    const VendorSite m_site;
     const QString m_installedVersion;
+    const WindowMaker m_makeWindow;
     QString m_downloadText;
     double m_progress = 0;
-    std::unique_ptr<InstallerDownloadWindow> m_progressWindow;
+    std::unique_ptr<ProgressWindow> m_progressWindow;
     InstallerUpgradeDelegate *m_delegate = nullptr;
     DownloadFile m_file;
 };

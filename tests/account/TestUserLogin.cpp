@@ -1,7 +1,7 @@
 #include "account/UserLogin.h"
 
 #include "account/AccountPages.h"
-#include "settings/PreferenceKeys.h"
+#include "places/Preferences.h"
 #include "support/Answers.h"
 #include "support/TestWorld.h"
 
@@ -49,7 +49,7 @@ private Q_SLOTS:
 
 private:
     QString page() const { return m_world->supportFolder() + u"/account.html"_s; }
-    QJsonValue flag() const { return m_world->defaults().objectForKey(PreferenceKeys::loginFailed); }
+    QJsonValue flag() const { return m_world->defaults().objectForKey(Preferences::loginFailed.key); }
     void answer(const VendorAnswer &answer) { m_world->vendor().setAnswer("/api/dlCheckUser", answer); }
     void store(const QString &user, const std::optional<QString> &password);
     UserLogin login() const;
@@ -65,15 +65,15 @@ void TestUserLogin::init()
 
 void TestUserLogin::store(const QString &user, const std::optional<QString> &password)
 {
-    m_world->defaults().setObject(PreferenceKeys::userName, user);
+    m_world->defaults().setObject(Preferences::userName.key, user);
     if (password)
-        m_world->defaults().setObject(PreferenceKeys::password, *password);
+        m_world->defaults().setObject(Preferences::password.key, *password);
 }
 
 UserLogin TestUserLogin::login() const
 {
     UserLogin login;
-    login.use(m_world->defaults(), m_world->loader(), m_world->hosts());
+    login.use(m_world->defaults(), m_world->loader(), m_world->site());
     return login;
 }
 
@@ -85,11 +85,11 @@ void TestUserLogin::thereIsOneLogin()
 void TestUserLogin::loggingOutEndsNothing()
 {
     store(u"ann"_s, u"key"_s);
-    m_world->defaults().setObject(PreferenceKeys::loginFailed, false);
+    m_world->defaults().setObject(Preferences::loginFailed.key, false);
     login().logOut();
     QVERIFY(m_world->vendor().requests().isEmpty());
     QCOMPARE(flag(), QJsonValue(false));
-    QCOMPARE(m_world->defaults().stringForKey(PreferenceKeys::userName), std::optional(u"ann"_s));
+    QCOMPARE(m_world->defaults().stringForKey(Preferences::userName.key), std::optional(u"ann"_s));
     QCOMPARE(m_world->read(page()), "a stale page");
 }
 
@@ -121,11 +121,11 @@ void TestUserLogin::withoutAUserNameNothingIsAskedAndTheFlagStays()
     QFETCH(const std::optional<QString>, password);
     QFETCH(const QJsonValue, before);
     if (user)
-        m_world->defaults().setObject(PreferenceKeys::userName, *user);
+        m_world->defaults().setObject(Preferences::userName.key, *user);
     if (password)
-        m_world->defaults().setObject(PreferenceKeys::password, *password);
+        m_world->defaults().setObject(Preferences::password.key, *password);
     if (!before.isUndefined())
-        m_world->defaults().setObject(PreferenceKeys::loginFailed, before);
+        m_world->defaults().setObject(Preferences::loginFailed.key, before);
     QVERIFY(login().performLogin());
     QVERIFY(m_world->vendor().requests().isEmpty());
     QCOMPARE(flag(), before);
@@ -185,7 +185,7 @@ void TestUserLogin::aBodyThatBeginsWithErrorIsARefusal()
     QFETCH(const int, status);
     QFETCH(const QByteArray, body);
     store(u"ann"_s, u"key"_s);
-    m_world->defaults().setObject(PreferenceKeys::loginFailed, false);
+    m_world->defaults().setObject(Preferences::loginFailed.key, false);
     VendorAnswer refusal = answerWith(body);
     refusal.status = status;
     answer(refusal);
@@ -217,7 +217,7 @@ void TestUserLogin::anyOtherBodyIsThePage()
     QFETCH(const int, status);
     QFETCH(const QByteArray, body);
     store(u"ann"_s, u"key"_s);
-    m_world->defaults().setObject(PreferenceKeys::loginFailed, true);
+    m_world->defaults().setObject(Preferences::loginFailed.key, true);
     VendorAnswer good = answerWith(body);
     good.status = status;
     answer(good);
@@ -245,7 +245,7 @@ void TestUserLogin::aBodyThatIsNoAsciiIsASuccessWithoutAPage()
 {
     QFETCH(const QByteArray, body);
     store(u"ann"_s, u"key"_s);
-    m_world->defaults().setObject(PreferenceKeys::loginFailed, true);
+    m_world->defaults().setObject(Preferences::loginFailed.key, true);
     answer(answerWith(body));
     UserLogin login = this->login();
     QVERIFY(login.performLogin());
@@ -286,7 +286,7 @@ void TestUserLogin::aTransportErrorIsAFailedLogin()
 {
     QFETCH(const std::function<void(TestWorld &)>, prepare);
     store(u"ann"_s, u"key"_s);
-    m_world->defaults().setObject(PreferenceKeys::loginFailed, false);
+    m_world->defaults().setObject(Preferences::loginFailed.key, false);
     prepare(*m_world);
     UserLogin login = this->login();
     const QByteArray log = standardErrorOf([&] { QVERIFY(login.performLogin()); });
@@ -336,7 +336,7 @@ void TestUserLogin::withoutASupportFolderTheFlagIsStoredAllTheSame()
     QFETCH(const QByteArray, body);
     QFETCH(const bool, failed);
     store(u"ann"_s, u"key"_s);
-    m_world->defaults().setObject(PreferenceKeys::loginFailed, !failed);
+    m_world->defaults().setObject(Preferences::loginFailed.key, !failed);
     answer(answerWith(body));
     m_world->write(m_world->path(u"plain"_s), "a file, where the folder should be");
     qputenv("XDG_DATA_HOME", m_world->path(u"plain"_s).toLocal8Bit());
@@ -362,7 +362,7 @@ void TestUserLogin::aPageThatCannotBeReplacedIsNoError()
         QVERIFY(login().performLogin());
     }
     QCOMPARE(m_world->read(page()), "a stale page");
-    QVERIFY(!m_world->defaults().boolForKey(PreferenceKeys::loginFailed));
+    QVERIFY(!m_world->defaults().boolForKey(Preferences::loginFailed.key));
 }
 
 void TestUserLogin::theFixedPagesAreDifferentDocuments()

@@ -1,9 +1,9 @@
 #include "support/TestWorld.h"
 
 #include "app/Application.h"
-#include "app/MainWindow.h"
-#include "app/SplashScreen.h"
-#include "settings/PreferenceKeys.h"
+#include "windows/MainWindow.h"
+#include "windows/SplashScreen.h"
+#include "places/Preferences.h"
 
 #include <QApplication>
 #include <QDir>
@@ -139,7 +139,7 @@ private:
 void TestApplication::init()
 {
     m_world = std::make_unique<TestWorld>();
-    m_world->defaults().setObject(PreferenceKeys::userName, u"rowan"_s);
+    m_world->defaults().setObject(Preferences::userName.key, u"rowan"_s);
     m_program = std::make_unique<QProcess>();
 }
 
@@ -166,7 +166,7 @@ void TestApplication::verifyWellEnded()
 
 void TestApplication::theProgramHasItsNames()
 {
-    const Application application(u"1.2.6"_s, m_world->hosts(), m_world->network());
+    const Application application(u"1.2.6"_s, m_world->site(), m_world->network());
     QCOMPARE(QCoreApplication::applicationName(), u"wayfar-installer"_s);
     QCOMPARE(QGuiApplication::applicationDisplayName(), u"Wayfar Installer"_s);
     QCOMPARE(QGuiApplication::desktopFileName(), u"wayfar-installer"_s);

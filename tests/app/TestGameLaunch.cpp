@@ -1,5 +1,5 @@
-#include "settings/PreferenceKeys.h"
-#include "settings/SettingsWindow.h"
+#include "places/Preferences.h"
+#include "windows/SettingsWindow.h"
 #include "support/Program.h"
 
 using namespace Qt::StringLiterals;
@@ -31,8 +31,8 @@ private:
     // All guards open.
     void makeReady() const
     {
-        m_world->defaults().setObject(PreferenceKeys::autoLaunch, true);
-        m_world->defaults().setObject(PreferenceKeys::launchPath, u"/games/start.sh"_s);
+        m_world->defaults().setObject(Preferences::autoLaunch.key, true);
+        m_world->defaults().setObject(Preferences::launchPath.key, u"/games/start.sh"_s);
         m_program->delegate.setButtonText(u"Play"_s);
         m_program->delegate.setStatusStr(u"before"_s);
     }
@@ -79,7 +79,7 @@ void TestGameLaunch::eachGuardEndsItSilently_data()
     QTest::newRow("the settings are open")
         << Prepare([](TestWorld &, AppDelegate &delegate) { delegate.openSettings(); });
     QTest::newRow("not wanted") << Prepare(
-        [](TestWorld &world, AppDelegate &) { world.defaults().setObject(PreferenceKeys::autoLaunch, false); });
+        [](TestWorld &world, AppDelegate &) { world.defaults().setObject(Preferences::autoLaunch.key, false); });
     QTest::newRow("never asked for") << Prepare([](TestWorld &world, AppDelegate &) {
         world.write(world.preferencesFile(), R"({"launchPath": "/games/start.sh"})");
         world.defaults().synchronize();
@@ -92,7 +92,7 @@ void TestGameLaunch::eachGuardEndsItSilently()
     makeReady();
     prepare(*m_world, m_program->delegate);
     for (const QString &path : {u"/games/start.sh"_s, QString()}) {
-        m_world->defaults().setObject(PreferenceKeys::launchPath, path);
+        m_world->defaults().setObject(Preferences::launchPath.key, path);
         m_program->delegate.launchWow();
         QCOMPARE(m_program->workspace.files, QStringList());
         QCOMPARE(m_program->terminations, 0);
@@ -183,10 +183,10 @@ void TestGameLaunch::itComesByItselfAfterTheStart()
 {
     m_world->vendor().addAccount(u"anna"_s, u"secret"_s, "<p>Anna</p>");
     m_world->installPack("1.2.6");
-    m_world->defaults().setObject(PreferenceKeys::userName, u"anna"_s);
-    m_world->defaults().setObject(PreferenceKeys::password, u"secret"_s);
-    m_world->defaults().setObject(PreferenceKeys::autoLaunch, true);
-    m_world->defaults().setObject(PreferenceKeys::launchPath, u"/games/start.sh"_s);
+    m_world->defaults().setObject(Preferences::userName.key, u"anna"_s);
+    m_world->defaults().setObject(Preferences::password.key, u"secret"_s);
+    m_world->defaults().setObject(Preferences::autoLaunch.key, true);
+    m_world->defaults().setObject(Preferences::launchPath.key, u"/games/start.sh"_s);
     QVERIFY(m_program->start());
     QCOMPARE(m_program->terminations, 0); // the window is there first, and the player can still stop it
     QVERIFY(m_program->delegate.window()->isVisible());

@@ -1,8 +1,8 @@
 #include "support/Program.h"
 
 #include "controls/ImageView.h"
-#include "settings/PreferenceKeys.h"
-#include "upgrade/InstallerDownloadWindow.h"
+#include "places/Preferences.h"
+#include "windows/InstallerDownloadWindow.h"
 #include "upgrade/InstallerUpgrade.h"
 
 #include <QAbstractEventDispatcher>
@@ -73,6 +73,7 @@ private Q_SLOTS:
 
 private:
     AppDelegate &delegate() { return m_program->delegate; }
+    QWidget &window() { return dynamic_cast<QWidget &>(*delegate().upgrade()->progressWindow()); }
     bool wasAskedFor(const QByteArray &path) { return !m_world->vendor().requests(path).isEmpty(); }
     qsizetype armedLaunches() const { return (fiveSecondTimers() - m_timersBefore).size(); }
     bool hasStartedUp() { return wasAskedFor("/feed") || delegate().window()->isVisible() || armedLaunches() > 0; }
@@ -88,8 +89,8 @@ void TestInstallerUpgrade::init()
     QCoreApplication::setApplicationVersion(u"1.2.6"_s);
     m_world = std::make_unique<TestWorld>();
     m_world->vendor().addAccount(u"rowan"_s, u"secret"_s, "<p>Rowan's page</p>");
-    m_world->defaults().setObject(PreferenceKeys::userName, u"rowan"_s);
-    m_world->defaults().setObject(PreferenceKeys::password, u"secret"_s);
+    m_world->defaults().setObject(Preferences::userName.key, u"rowan"_s);
+    m_world->defaults().setObject(Preferences::password.key, u"secret"_s);
     m_program = std::make_unique<Program>(*m_world);
 }
 
@@ -307,8 +308,8 @@ void TestInstallerUpgrade::aYesDownloadsInsteadOfStartingUp()
     QVERIFY(m_program->start());
     QCOMPARE(delegate().VersionValue(), u"1.3.0"_s);
     QVERIFY(!delegate().splashWindow());
-    QVERIFY(delegate().upgrade()->progressWindow()->isVisible());
-    QVERIFY(QTest::qWaitForWindowActive(delegate().upgrade()->progressWindow()));
+    QVERIFY(window().isVisible());
+    QVERIFY(QTest::qWaitForWindowActive(&window()));
     QTRY_VERIFY(wasAskedFor("/WayfarRoutes_1.3.0.zip"));
     // Nothing but the check and the download; neither panes nor banners, no timer, no main window.
     QCOMPARE(m_world->vendor().requests().size(), 2);

@@ -1,6 +1,7 @@
 #include "support/Program.h"
 
-#include "upgrade/InstallerDownloadWindow.h"
+#include "controls/AlertWindow.h"
+#include "windows/InstallerDownloadWindow.h"
 #include "upgrade/InstallerUpgrade.h"
 
 #include <QApplication>
@@ -90,12 +91,12 @@ private:
 void TestInstallerUpgradeAlerts::theEndWaitsUntilTheFailureIsDismissed()
 {
     m_world->vendor().setInstallerVersion("");
-    Alert alert;
+    AlertWindow alert;
     RecordingWorkspace workspace;
     Administrator administrator;
     std::atomic_int status = -1;
     std::atomic_bool byTheWorker = false;
-    AppDelegate real({m_world->hosts(), m_world->defaults(), m_world->loader(), workspace, alert, administrator, [] {},
+    AppDelegate real({m_world->site(), m_world->defaults(), m_world->loader(), workspace, alert, administrator, [] {},
                       [&](int number) {
                           byTheWorker = QThread::currentThread() != qApp->thread();
                           status = number;
@@ -130,10 +131,10 @@ void TestInstallerUpgradeAlerts::theQuestionsButtons()
     QFETCH(const bool, downloads);
     m_world->vendor().setInstallerVersion("1.3.0");
     m_world->vendor().setAnswer("/WayfarRoutes_1.3.0.zip", silence());
-    Alert alert;
+    AlertWindow alert;
     RecordingWorkspace workspace;
     Administrator administrator;
-    AppDelegate real({m_world->hosts(), m_world->defaults(), m_world->loader(), workspace, alert, administrator, [] {},
+    AppDelegate real({m_world->site(), m_world->defaults(), m_world->loader(), workspace, alert, administrator, [] {},
                       [](int) {}, m_world->path()});
     const Player player([&button](QMessageBox &box) {
         QCOMPARE(box.informativeText(), u"NOTE: Upgrade to newest version is recommended"_s);

@@ -1,6 +1,6 @@
 #include "support/Program.h"
 
-#include "upgrade/InstallerDownloadWindow.h"
+#include "windows/InstallerDownloadWindow.h"
 #include "upgrade/InstallerUpgrade.h"
 
 #include <QFile>
@@ -33,7 +33,10 @@ private Q_SLOTS:
 
 private:
     AppDelegate &delegate() { return m_program->delegate; }
-    InstallerDownloadWindow &window() { return *delegate().upgrade()->progressWindow(); }
+    InstallerDownloadWindow &window()
+    {
+        return dynamic_cast<InstallerDownloadWindow &>(*delegate().upgrade()->progressWindow());
+    }
     // The start-up's first step, with a yes; on this thread and without the main window.
     void accept(const QByteArray &version = "1.3.0")
     {
@@ -190,6 +193,7 @@ void TestInstallerUpgradeDownload::closingTheWindowByHandStopsNothing()
     QCOMPARE(m_program->terminations, 0);
     m_world->vendor().step();
     QVERIFY(waitForTheEnd());
+    QVERIFY(!window().isVisible()); // nothing brought it back
     QCOMPARE(m_program->terminations, 1);
     QVERIFY(QFile::exists(application(u"WayfarRoutes_1.3.0.app/AppRun"_s)));
 }

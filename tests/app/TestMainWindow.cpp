@@ -7,8 +7,8 @@
 #include "controls/ImageView.h"
 #include "controls/Theme.h"
 #include "pack/WayfarUpdateInstaller.h"
-#include "platform/Bundle.h"
-#include "settings/PreferenceKeys.h"
+#include "resources/Pictures.h"
+#include "places/Preferences.h"
 
 #include <QAccessible>
 #include <QAction>
@@ -69,6 +69,7 @@ private Q_SLOTS:
     void aVisibleLabelIsTheName();
     void shownTextsAreDescriptions();
     void theKeyboardGoesThroughTheWindowInOrder();
+    void secondaryTextsAreMuted();
     void itFollowsAChangeToDarkAndBack();
 
 private:
@@ -113,7 +114,7 @@ void TestMainWindow::playOpensTheLauncherAndEnds()
     QFETCH(const QStringList, opened);
     QFETCH(const bool, ends);
     if (launchPath)
-        m_world->defaults().setObject(PreferenceKeys::launchPath, *launchPath);
+        m_world->defaults().setObject(Preferences::launchPath.key, *launchPath);
     m_program->workspace.opens = opens;
     delegate().setButtonText(u"Play"_s);
     const auto statusBefore = delegate().statusStr();
@@ -137,7 +138,7 @@ void TestMainWindow::everyOtherTitleDownloads_data()
 void TestMainWindow::everyOtherTitleDownloads()
 {
     QFETCH(const QString, title);
-    m_world->defaults().setObject(PreferenceKeys::launchPath, u"/games/launcher"_s);
+    m_world->defaults().setObject(Preferences::launchPath.key, u"/games/launcher"_s);
     delegate().setButtonText(title);
     QTest::mouseClick(&mainButton(), Qt::LeftButton);
     QCOMPARE(delegate().statusStr(), u"Downloading..."_s);
@@ -238,10 +239,10 @@ void TestMainWindow::theBannerButtonsAreTransparentWithAHand()
 void TestMainWindow::theBannersShowTheBuiltInPicturesAtFirst()
 {
     const MainWindow window(delegate());
-    QVERIFY(!Bundle::imageNamed(u"large"_s).isNull());
-    QVERIFY(!Bundle::imageNamed(u"small"_s).isNull());
-    QCOMPARE(window.largeImage()->image(), Bundle::imageNamed(u"large"_s));
-    QCOMPARE(window.smallImage()->image(), Bundle::imageNamed(u"small"_s));
+    QVERIFY(!Pictures::imageNamed(u"large"_s).isNull());
+    QVERIFY(!Pictures::imageNamed(u"small"_s).isNull());
+    QCOMPARE(window.largeImage()->image(), Pictures::imageNamed(u"large"_s));
+    QCOMPARE(window.smallImage()->image(), Pictures::imageNamed(u"small"_s));
 }
 
 void TestMainWindow::onlyTheMainWindowsEndEndsTheProgram()
@@ -369,16 +370,16 @@ void TestMainWindow::theKeyboardGoesThroughTheWindowInOrder()
     QCOMPARE(visited, order);
 }
 
+void TestMainWindow::secondaryTextsAreMuted()
+{
+    const QColor muted = Theme::color(u"muted"_s, delegate().window()->palette());
+    for (const char *name : {"statusLabel", "currentVersionCaption", "updateVersionCaption"})
+        QCOMPARE(m_program->control<QLabel>(name)->palette().color(QPalette::WindowText).name(), muted.name());
+}
+
 void TestMainWindow::itFollowsAChangeToDarkAndBack()
 {
-    const auto *const content = delegate().window()->findChild<QWidget *>(u"centralWidget"_s);
-    const QString light = content->styleSheet();
-    {
-        const DarkDesktop dark;
-        QTRY_COMPARE(content->styleSheet(), Theme::mainWindowStyle(QApplication::palette()));
-        QVERIFY(content->styleSheet() != light);
-    }
-    QTRY_COMPARE(content->styleSheet(), light);
+    verifyFollowsTheDesktop(*delegate().window()->findChild<QWidget *>(u"centralWidget"_s));
 }
 
 QTEST_MAIN(TestMainWindow)

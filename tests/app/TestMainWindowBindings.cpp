@@ -85,19 +85,19 @@ void TestMainWindowBindings::init()
 void TestMainWindowBindings::everyTextFollowsItsProperty_data()
 {
     QTest::addColumn<QByteArray>("control");
-    QTest::addColumn<void (AppDelegate::*)(const std::optional<QString> &)>("set");
+    QTest::addColumn<void (ShownState::*)(const std::optional<QString> &)>("set");
     QTest::addColumn<QString>("withoutValue");
-    QTest::newRow("installed") << QByteArray("currentVersionLabel") << &AppDelegate::setCurrentVersion << QString();
-    QTest::newRow("published") << QByteArray("updateVersionLabel") << &AppDelegate::setUpdateVersion
+    QTest::newRow("installed") << QByteArray("currentVersionLabel") << &ShownState::setCurrentVersion << QString();
+    QTest::newRow("published") << QByteArray("updateVersionLabel") << &ShownState::setUpdateVersion
                                << u"not available"_s;
-    QTest::newRow("button") << QByteArray("mainButton") << &AppDelegate::setButtonText << QString();
-    QTest::newRow("status") << QByteArray("statusLabel") << &AppDelegate::setStatusStr << QString();
+    QTest::newRow("button") << QByteArray("mainButton") << &ShownState::setButtonText << QString();
+    QTest::newRow("status") << QByteArray("statusLabel") << &ShownState::setStatusStr << QString();
 }
 
 void TestMainWindowBindings::everyTextFollowsItsProperty()
 {
     QFETCH(const QByteArray, control);
-    using Setter = void (AppDelegate::*)(const std::optional<QString> &);
+    using Setter = void (ShownState::*)(const std::optional<QString> &);
     QFETCH(const Setter, set);
     QFETCH(const QString, withoutValue);
     const QWidget *shown = m_program->control<QWidget>(control.constData());

@@ -1,6 +1,6 @@
 #include "support/Installation.h"
 
-#include "settings/PreferenceKeys.h"
+#include "places/Preferences.h"
 
 #include <QApplication>
 #include <QFileInfo>
@@ -92,7 +92,7 @@ void TestPackInstallation::theFolderChainIsMade()
 
 void TestPackInstallation::anInstallPathMayEndInASlash()
 {
-    m_test->world.defaults().setObject(PreferenceKeys::installPath, m_test->world.gameFolder() + u'/');
+    m_test->world.defaults().setObject(Preferences::installPath.key, m_test->world.gameFolder() + u'/');
     m_test->world.installPack("1");
     m_test->install(zipOf(NewPack));
     QCOMPARE(m_test->installed(u"Trailbook/New.lua"_s), QByteArray("new\n"));
@@ -203,7 +203,7 @@ void TestPackInstallation::namesNeedNotBeUtf8()
 void TestPackInstallation::anApostropheIsNoTroubleWithoutAPrompt()
 {
     qputenv("XDG_DATA_HOME", m_test->world.path(u"o'neill"_s).toLocal8Bit());
-    m_test->world.defaults().setObject(PreferenceKeys::installPath, m_test->world.path(u"game's"_s));
+    m_test->world.defaults().setObject(Preferences::installPath.key, m_test->world.path(u"game's"_s));
     m_test->world.write(m_test->world.path(u"o'neill/WayfarInstaller/download.zip"_s), zipOf(NewPack));
     m_test->install(std::nullopt);
     QCOMPARE(m_test->world.read(m_test->world.path(u"game's/_retail_/Interface/AddOns/Trailbook/New.lua"_s)),

@@ -1,6 +1,6 @@
 #include "support/RefusedInstallation.h"
 
-#include "settings/PreferenceKeys.h"
+#include "places/Preferences.h"
 
 #include <QFileInfo>
 #include <QTest>
@@ -196,7 +196,7 @@ void TestPackInstallationFailed::anApostropheEndsTheRunWithoutAPrompt()
     const QString support = world.path(data) + u"/WayfarInstaller"_s;
     const QString addOns = world.path(game) + u"/_retail_/Interface/AddOns"_s;
     qputenv("XDG_DATA_HOME", world.path(data).toLocal8Bit());
-    m_test->world.defaults().setObject(PreferenceKeys::installPath, world.path(game));
+    m_test->world.defaults().setObject(Preferences::installPath.key, world.path(game));
     world.write(support + u"/download.zip"_s, zipOf(NewPack));
     world.write(addOns + (addOn ? u"/Trailbook/Old.lua"_s : u"/Another/Other.lua"_s), "-- old\n");
     m_test->close(addOns + u"/Trailbook"_s);
@@ -225,7 +225,7 @@ void TestPackInstallationFailed::aPathThatCannotBeCompiledIsTold()
 {
     QFETCH(const QString, game);
     const QString addOns = m_test->world.path(game) + u"/_retail_/Interface/AddOns"_s;
-    m_test->world.defaults().setObject(PreferenceKeys::installPath, m_test->world.path(game));
+    m_test->world.defaults().setObject(Preferences::installPath.key, m_test->world.path(game));
     QVERIFY(QDir().mkpath(addOns));
     m_test->close(addOns);
     m_test->installAsThePlayer(zipOf(NewPack));

@@ -1,7 +1,7 @@
 #include "support/OrdinaryProcess.h"
 #include "support/RefusedInstallation.h"
 
-#include "settings/PreferenceKeys.h"
+#include "places/Preferences.h"
 
 #include <QFileInfo>
 #include <QTest>
@@ -153,7 +153,7 @@ void TestPackInstallationRefused::theDefaultFolderIsAskedForWithoutAnInstallPath
     QVERIFY(!QFile::exists(u"/Applications"_s)); // nobody but root may make it
     m_test->world.write(m_test->world.preferencesFile(), "{}");
     m_test->world.defaults().synchronize();
-    QVERIFY(!m_test->world.defaults().stringForKey(PreferenceKeys::installPath));
+    QVERIFY(!m_test->world.defaults().stringForKey(Preferences::installPath.key));
     m_test->program.administrator.refusal = userCanceled;
     m_test->installAsThePlayer(zipOf(NewPack));
     QCOMPARE(m_test->program.administrator.scripts,

@@ -2,7 +2,7 @@
 #include "support/Program.h"
 
 #include "controls/ElidedLabel.h"
-#include "settings/PreferenceKeys.h"
+#include "places/Preferences.h"
 
 #include <QApplication>
 
@@ -64,8 +64,8 @@ void TestReLogin::forgetEverything()
 
 void TestReLogin::store(const QString &user, const QString &password)
 {
-    m_world->defaults().setObject(PreferenceKeys::userName, user);
-    m_world->defaults().setObject(PreferenceKeys::password, password);
+    m_world->defaults().setObject(Preferences::userName.key, user);
+    m_world->defaults().setObject(Preferences::password.key, password);
 }
 
 void TestReLogin::theOtherAccountsPageIsShown()
@@ -75,7 +75,7 @@ void TestReLogin::theOtherAccountsPageIsShown()
     QCOMPARE(status(), u"Logged in as ann..."_s);
     QCOMPARE(m_world->vendor().requests("/api/dlCheckUser").value(0).body, "user=ann&pass=other");
     QVERIFY(waitForText(*delegate().htmlView(), u"Ann's page"_s));
-    QVERIFY(!m_world->defaults().boolForKey(PreferenceKeys::loginFailed));
+    QVERIFY(!m_world->defaults().boolForKey(Preferences::loginFailed.key));
 }
 
 void TestReLogin::aFailedLoginReplacesThePage_data()
@@ -99,7 +99,7 @@ void TestReLogin::aFailedLoginReplacesThePage()
     delegate().reLogin();
     QCOMPARE(status(), u"Incorrect Login..."_s);
     QCOMPARE(logins(), 1);
-    QVERIFY(m_world->defaults().boolForKey(PreferenceKeys::loginFailed));
+    QVERIFY(m_world->defaults().boolForKey(Preferences::loginFailed.key));
     QVERIFY(waitUntil([this] { return page().startsWith(u"The login did not work"); }));
     QVERIFY(m_program->alert.shown.isEmpty());
 
@@ -129,11 +129,11 @@ void TestReLogin::withoutAUserNameNoRequestIsMade()
         forgetEverything();
     else
         store(u""_s, u"secret"_s);
-    m_world->defaults().setObject(PreferenceKeys::loginFailed, failedBefore);
+    m_world->defaults().setObject(Preferences::loginFailed.key, failedBefore);
     delegate().reLogin();
     QCOMPARE(this->status(), status);
     QCOMPARE(logins(), 0);
-    QCOMPARE(m_world->defaults().boolForKey(PreferenceKeys::loginFailed), failedBefore);
+    QCOMPARE(m_world->defaults().boolForKey(Preferences::loginFailed.key), failedBefore);
     QVERIFY(waitUntil([this] { return page().startsWith(u"Welcome, traveller"); }));
 }
 

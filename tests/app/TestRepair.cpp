@@ -1,5 +1,5 @@
-#include "settings/PreferenceKeys.h"
-#include "settings/SettingsWindow.h"
+#include "places/Preferences.h"
+#include "windows/SettingsWindow.h"
 #include "support/Program.h"
 
 #include <QDir>
@@ -220,7 +220,7 @@ void TestRepair::oddGameFoldersAreNoObstacle()
 {
     QFETCH(const QString, name);
     const QString game = m_world->path(name);
-    m_world->defaults().setObject(PreferenceKeys::installPath, game);
+    m_world->defaults().setObject(Preferences::installPath.key, game);
     m_world->write(game + u"/_retail_/Interface/AddOns/Trailbook/Trailbook.toc"_s, "");
     m_world->write(game + u"/_retail_/WTF/Trailbook.lua"_s, "");
     m_program->delegate.repairtInstallation();

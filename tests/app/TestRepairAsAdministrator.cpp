@@ -1,6 +1,7 @@
-#include "settings/PreferenceKeys.h"
+#include "places/Preferences.h"
 #include "support/Program.h"
 
+#include <QApplication>
 #include <QDir>
 
 #include <sys/stat.h>
@@ -19,6 +20,7 @@ private Q_SLOTS:
     void theCommandEndsInABlankWithoutFiles();
     void aProtectedFolderAroundTheAddOnCountsToo();
     void aDeclinedPromptIsToldAndThenTheVersionsAreRefreshed();
+    void theAlertOpensWhenTheWaitIsOver();
     void theOutcomeOfTheCommandDecides_data();
     void theOutcomeOfTheCommandDecides();
     void protectedSavedVariablesAreOnePromptForTheFindCommand();
@@ -141,6 +143,16 @@ void TestRepairAsAdministrator::aDeclinedPromptIsToldAndThenTheVersionsAreRefres
     const AlertContent &alert = m_program->alert.shown.first();
     QCOMPARE(alert.informativeText + alert.alternateButton, QString());
     QCOMPARE(alert.defaultButton, u"OK"_s);
+}
+
+void TestRepairAsAdministrator::theAlertOpensWhenTheWaitIsOver()
+{
+    close(addOn());
+    m_program->administrator.refusal = userCanceled;
+    bool waits = true;
+    m_program->alert.whileShown = [&waits] { waits = QApplication::overrideCursor() != nullptr; };
+    repair();
+    QVERIFY(!waits); // it is the player who is waited for now
 }
 
 void TestRepairAsAdministrator::theOutcomeOfTheCommandDecides_data()
@@ -287,7 +299,7 @@ void TestRepairAsAdministrator::noCommandRunsOnAnUnquotablePath()
     const QString file = folder + u"/_retail_/WTF/A/Trailbook.lua"_s;
     m_world->write(pack + u"/Trailbook.toc"_s, "");
     m_world->write(file, "");
-    m_world->defaults().setObject(PreferenceKeys::installPath, folder);
+    m_world->defaults().setObject(Preferences::installPath.key, folder);
     openToAll(pack);
     openToAll(QFileInfo(pack).path());
     close(protectedAddOn ? pack : QFileInfo(file).path());
@@ -330,7 +342,7 @@ void TestRepairAsAdministrator::thePathsStandRawInTheCommand()
     const QString file = folder + u"/_retail_/WTF/Trailbook.lua"_s;
     m_world->write(pack + u"/Trailbook.toc"_s, "");
     m_world->write(file, "");
-    m_world->defaults().setObject(PreferenceKeys::installPath, folder);
+    m_world->defaults().setObject(Preferences::installPath.key, folder);
     close(pack);
     openToAll(QFileInfo(pack).path());
     repair();

@@ -1,6 +1,6 @@
 #include "controls/ElidedLabel.h"
-#include "settings/PreferenceKeys.h"
-#include "settings/SettingsWindow.h"
+#include "places/Preferences.h"
+#include "windows/SettingsWindow.h"
 #include "support/Program.h"
 
 #include <QJsonDocument>
@@ -105,7 +105,7 @@ void TestSettings::theSnapshotHoldsEveryVisibleKey()
                    R"({"wayfaruser": "site", "other": true})");
     UserDefaults defaults;
     defaults.setObject(u"unknown"_s, u"kept"_s);
-    AppDelegate delegate({m_world->hosts(),
+    AppDelegate delegate({m_world->site(),
                           defaults,
                           m_world->loader(),
                           m_program->workspace,
@@ -155,7 +155,7 @@ void TestSettings::cancelPutsTheSnapshotBack()
     press(u"autoLaunchBox"_s);
     QCOMPARE(usersOwn().value(u"wayfaruser"_s), QJsonValue(u"annax"_s));
     QCOMPARE(usersOwn().value(u"autoLaunch"_s), QJsonValue(true));
-    m_world->defaults().setObject(PreferenceKeys::launchPath, u"/elsewhere"_s);
+    m_world->defaults().setObject(Preferences::launchPath.key, u"/elsewhere"_s);
 
     if (byEscape)
         QTest::keyClick(control(u"passwordField"_s), Qt::Key_Escape);
@@ -171,7 +171,7 @@ void TestSettings::cancelKeepsAKeyThatIsNew()
 {
     open();
     type(u"passwordField"_s, u"first"_s);
-    m_world->defaults().setObject(PreferenceKeys::launchPath, u"/first"_s);
+    m_world->defaults().setObject(Preferences::launchPath.key, u"/first"_s);
     press(u"cancelButton"_s);
     QCOMPARE(usersOwn(),
              (QJsonObject{{u"installPath"_s, m_world->gameFolder()},
@@ -183,7 +183,7 @@ void TestSettings::cancelStoresSystemWideValuesAsTheUsersOwn()
 {
     m_world->write(m_world->path(u"etc/WayfarInstaller/preferences.json"_s), R"({"autoLaunch": true})");
     UserDefaults defaults;
-    AppDelegate delegate({m_world->hosts(),
+    AppDelegate delegate({m_world->site(),
                           defaults,
                           m_world->loader(),
                           m_program->workspace,
@@ -211,7 +211,7 @@ void TestSettings::cancelWithAnEmptySnapshotOnlyCloses()
 
 void TestSettings::cancelAfterASecondOpeningKeepsTheEditsBeforeIt()
 {
-    m_world->defaults().setObject(PreferenceKeys::userName, u"a"_s);
+    m_world->defaults().setObject(Preferences::userName.key, u"a"_s);
     open();
     type(u"userNameField"_s, u"b"_s);
     open();
@@ -223,7 +223,7 @@ void TestSettings::cancelAfterASecondOpeningKeepsTheEditsBeforeIt()
 
 void TestSettings::theTitleBarKeepsEveryEditWithoutALogin()
 {
-    m_world->defaults().setObject(PreferenceKeys::userName, u"a"_s);
+    m_world->defaults().setObject(Preferences::userName.key, u"a"_s);
     m_world->vendor();
     m_program->delegate.setStatusStr(u"before"_s);
     open();
@@ -242,7 +242,7 @@ void TestSettings::afterClosingItIsLoadedAnew()
     const QPointer<SettingsWindow> first = window();
     window()->close();
     QVERIFY(!window());
-    m_world->defaults().setObject(PreferenceKeys::userName, u"later"_s);
+    m_world->defaults().setObject(Preferences::userName.key, u"later"_s);
     open();
     QVERIFY(window() != first);
     QCOMPARE(window()->findChild<QLineEdit *>(u"userNameField"_s)->text(), u"later"_s);

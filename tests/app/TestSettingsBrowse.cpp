@@ -1,7 +1,7 @@
 #include "controls/ElidedLabel.h"
 #include "controls/WayfarNSButton.h"
-#include "settings/PreferenceKeys.h"
-#include "settings/SettingsWindow.h"
+#include "places/Preferences.h"
+#include "windows/SettingsWindow.h"
 #include "support/Modal.h"
 #include "support/PanelDriver.h"
 #include "support/Program.h"
@@ -51,7 +51,7 @@ void TestSettingsBrowse::init()
     QVERIFY(QDir().mkpath(m_world->path(u"home/Player's game"_s)));
     QVERIFY(QDir().mkpath(m_world->path(u"home/Launcher.app"_s)));
     m_world->write(m_world->path(u"home/start.sh"_s), "");
-    m_world->defaults().setObject(PreferenceKeys::installPath, m_world->path(u"home"_s));
+    m_world->defaults().setObject(Preferences::installPath.key, m_world->path(u"home"_s));
     m_program = std::make_unique<Program>(*m_world);
     m_program->delegate.openSettings();
     QVERIFY(QTest::qWaitForWindowActive(m_program->delegate.settingsWindow()));
@@ -184,7 +184,7 @@ void TestSettingsBrowse::whatWasTypedStaysWhenThePathsAreShownAgain()
     press(u"launchPathButton"_s);
     QVERIFY(dialog.opened());
     QCOMPARE(static_cast<QLineEdit *>(control(u"userNameField"_s))->text(), u"anna"_s);
-    QCOMPARE(m_world->defaults().stringForKey(PreferenceKeys::userName), u"anna"_s);
+    QCOMPARE(m_world->defaults().stringForKey(Preferences::userName.key), u"anna"_s);
 }
 
 QTEST_MAIN(TestSettingsBrowse)

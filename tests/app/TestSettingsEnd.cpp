@@ -1,10 +1,11 @@
 #include "controls/WayfarNSButton.h"
-#include "settings/OpenPanel.h"
-#include "settings/PreferenceKeys.h"
-#include "settings/SettingsWindow.h"
+#include "windows/OpenPanel.h"
+#include "places/Preferences.h"
+#include "windows/SettingsWindow.h"
 #include "support/Modal.h"
 #include "support/Program.h"
 
+#include "controls/AlertWindow.h"
 #include <QDir>
 #include <QLineEdit>
 #include <QMessageBox>
@@ -39,7 +40,7 @@ private:
     std::unique_ptr<TestWorld> m_world;
     RecordingWorkspace m_workspace;
     Administrator m_administrator;
-    Alert m_alert;
+    AlertWindow m_alert;
     std::unique_ptr<AppDelegate> m_delegate;
 };
 
@@ -47,8 +48,8 @@ void TestSettingsEnd::init()
 {
     m_world = std::make_unique<TestWorld>();
     m_world->goOffline();
-    m_world->defaults().setObject(PreferenceKeys::userName, u"a"_s);
-    m_delegate = std::make_unique<AppDelegate>(Surroundings{m_world->hosts(),
+    m_world->defaults().setObject(Preferences::userName.key, u"a"_s);
+    m_delegate = std::make_unique<AppDelegate>(Surroundings{m_world->site(),
                                                             m_world->defaults(),
                                                             m_world->loader(),
                                                             m_workspace,
@@ -77,7 +78,7 @@ void TestSettingsEnd::theEndOfTheProgramChangesNothing()
     QVERIFY(!m_delegate->settingsWindow());
     QTRY_VERIFY(!window);
     QCOMPARE(m_world->read(m_world->preferencesFile()), before);
-    QCOMPARE(m_world->defaults().stringForKey(PreferenceKeys::userName), u"ab"_s);
+    QCOMPARE(m_world->defaults().stringForKey(Preferences::userName.key), u"ab"_s);
 }
 
 void TestSettingsEnd::theEndOfTheProgramClosesAnOpenDialogToo_data()

@@ -1,6 +1,6 @@
 #include "controls/ElidedLabel.h"
-#include "settings/PreferenceKeys.h"
-#include "settings/SettingsWindow.h"
+#include "places/Preferences.h"
+#include "windows/SettingsWindow.h"
 #include "support/PrivateRoot.h"
 #include "support/Program.h"
 
@@ -128,7 +128,7 @@ void TestStandardGameFolder::detectionLooksNowhereElse()
     open();
     press(u"detectButton"_s);
     QCOMPARE(told(), QStringList{game + u" does not exist. Please verify you installation"_s});
-    QCOMPARE(m_world->defaults().stringForKey(PreferenceKeys::installPath), m_world->gameFolder());
+    QCOMPARE(m_world->defaults().stringForKey(Preferences::installPath.key), m_world->gameFolder());
 }
 
 void TestStandardGameFolder::detectionShowsWhatItStored()
@@ -148,8 +148,8 @@ void TestStandardGameFolder::cancelTakesADetectionBack()
     open();
     press(u"detectButton"_s);
     press(u"cancelButton"_s);
-    QCOMPARE(m_world->defaults().stringForKey(PreferenceKeys::installPath), m_world->gameFolder());
-    QCOMPARE(m_world->defaults().stringForKey(PreferenceKeys::launchPath), launcher); // new, so it stays
+    QCOMPARE(m_world->defaults().stringForKey(Preferences::installPath.key), m_world->gameFolder());
+    QCOMPARE(m_world->defaults().stringForKey(Preferences::launchPath.key), launcher); // new, so it stays
 }
 
 void TestStandardGameFolder::withoutAStoredFolderTheRepairKeepsTheSavedVariables()

@@ -2,7 +2,7 @@
 #include "support/Program.h"
 
 #include "controls/ElidedLabel.h"
-#include "settings/PreferenceKeys.h"
+#include "places/Preferences.h"
 
 #include <QApplication>
 #include <QProgressBar>
@@ -76,8 +76,8 @@ const QList<QByteArray> loginThenVersion = {"/api/dlCheckUser", "/api/wayfarVers
 void storeAccount(TestWorld &world, const QString &password = u"secret"_s)
 {
     world.vendor().addAccount(u"rowan"_s, u"secret"_s, "<p>Rowan's page</p>");
-    world.defaults().setObject(PreferenceKeys::userName, u"rowan"_s);
-    world.defaults().setObject(PreferenceKeys::password, password);
+    world.defaults().setObject(Preferences::userName.key, u"rowan"_s);
+    world.defaults().setObject(Preferences::password.key, password);
 }
 
 // Nearly: the desktop adds its frame when the window is shown.
@@ -260,13 +260,13 @@ void TestStartUp::theStatusTellsOfTheLogin()
     QFETCH(const QString, status);
     m_world->vendor().addAccount(u"rowan"_s, u"secret"_s, "page");
     if (!user.isNull()) {
-        m_world->defaults().setObject(PreferenceKeys::userName, user);
-        m_world->defaults().setObject(PreferenceKeys::password, password);
+        m_world->defaults().setObject(Preferences::userName.key, user);
+        m_world->defaults().setObject(Preferences::password.key, password);
     }
     if (user == u"%@") // the form's escapes are another test's
         m_world->vendor().setAnswer("/api/dlCheckUser", answerWith("page"));
     if (loginFailedBefore)
-        m_world->defaults().setObject(PreferenceKeys::loginFailed, *loginFailedBefore);
+        m_world->defaults().setObject(Preferences::loginFailed.key, *loginFailedBefore);
     QVERIFY(m_program->start());
     QCOMPARE(delegate().statusStr(), status);
     QTRY_COMPARE(m_program->control<ElidedLabel>("statusLabel")->text(), status);

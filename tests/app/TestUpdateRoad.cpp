@@ -1,7 +1,7 @@
 #include "support/Program.h"
 
 #include "controls/ElidedLabel.h"
-#include "settings/PreferenceKeys.h"
+#include "places/Preferences.h"
 
 #include <QApplication>
 #include <QMouseEvent>
@@ -106,8 +106,8 @@ void TestUpdateRoad::init()
                               {u"Trailbook/Routes/North.lua"_s, QByteArray(3000, 'n')}});
     m_world->vendor().addAccount(u"rowan"_s, u"secret"_s, "page");
     m_world->vendor().setPack(m_archive);
-    m_world->defaults().setObject(PreferenceKeys::userName, u"rowan"_s);
-    m_world->defaults().setObject(PreferenceKeys::password, u"secret"_s);
+    m_world->defaults().setObject(Preferences::userName.key, u"rowan"_s);
+    m_world->defaults().setObject(Preferences::password.key, u"secret"_s);
     m_world->installPack("1.2.5");
 }
 
@@ -172,7 +172,7 @@ void TestUpdateRoad::oneClickInstallsThePublishedPack()
 void TestUpdateRoad::clicksDuringTheInstallationAreDropped()
 {
     startProgram();
-    m_world->defaults().setObject(PreferenceKeys::launchPath, u"/games/launcher"_s);
+    m_world->defaults().setObject(Preferences::launchPath.key, u"/games/launcher"_s);
     clickMainButton();
     const ImpatientPlayer player(*m_program->control("mainButton"));
     QVERIFY(waitForTheEnd());
@@ -218,8 +218,8 @@ void TestUpdateRoad::eachUpdatePostsTheAccountStoredThen()
     QTRY_COMPARE(shownInstalled(), u"1.2.6"_s);
     QTRY_COMPARE(m_program->control("mainButton")->text(), u"Update"_s);
 
-    m_world->defaults().setObject(PreferenceKeys::userName, u"ann"_s);
-    m_world->defaults().setObject(PreferenceKeys::password, u"other"_s);
+    m_world->defaults().setObject(Preferences::userName.key, u"ann"_s);
+    m_world->defaults().setObject(Preferences::password.key, u"other"_s);
     m_world->vendor().setPack(m_world->zip({{u"Trailbook/Trailbook.toc"_s, "## Version: 1.2.7\n"}}));
     clickMainButton();
     QVERIFY(waitForTheEnd());

@@ -2,7 +2,7 @@
 
 #include "content/RSSFeed.h"
 #include "platform/UrlLoader.h"
-#include "platform/VendorHosts.h"
+#include "places/VendorSite.h"
 
 #include <QString>
 
@@ -26,6 +26,6 @@ inline QString page(const QString &lines = {})
 inline QString made(const QByteArray &document)
 {
     UrlLoader loader;
-    return RSSFeed(loader, VendorHosts()).pageOf(document);
+    return RSSFeed(loader, VendorSite()).pageOf(document);
 }
 } // namespace FeedPages

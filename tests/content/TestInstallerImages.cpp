@@ -1,7 +1,7 @@
 #include "support/TestWorld.h"
 
 #include "content/InstallerImages.h"
-#include "platform/Bundle.h"
+#include "resources/Pictures.h"
 
 #include <QBuffer>
 #include <QImageWriter>
@@ -73,8 +73,8 @@ private Q_SLOTS:
     void anyThreadWillDo();
 
 private:
-    QImage small() { return InstallerImages::downloadSmallImage(m_world->loader(), m_world->hosts()); }
-    QImage large() { return InstallerImages::downloadLargeImage(m_world->loader(), m_world->hosts()); }
+    QImage small() { return InstallerImages::downloadSmallImage(m_world->loader(), m_world->site()); }
+    QImage large() { return InstallerImages::downloadLargeImage(m_world->loader(), m_world->site()); }
 
     std::unique_ptr<TestWorld> m_world;
 };
@@ -255,8 +255,8 @@ void TestInstallerImages::aTransportErrorGivesTheBuiltInPicture()
         m_world->goOffline();
     m_world->vendor().setAnswer(smallPath, answer);
     m_world->vendor().setAnswer(largePath, answer);
-    QCOMPARE(standardErrorOf([this] { QCOMPARE(small(), Bundle::imageNamed(u"small"_s)); }), QByteArray());
-    QCOMPARE(large(), Bundle::imageNamed(u"large"_s));
+    QCOMPARE(standardErrorOf([this] { QCOMPARE(small(), Pictures::imageNamed(u"small"_s)); }), QByteArray());
+    QCOMPARE(large(), Pictures::imageNamed(u"large"_s));
 }
 
 void TestInstallerImages::nothingIsRetriedOrKept()
@@ -265,7 +265,7 @@ void TestInstallerImages::nothingIsRetriedOrKept()
     refused.resetAfter = -1;
     m_world->vendor().queueAnswer(smallPath, refused);
     m_world->vendor().setAnswer(smallPath, answerWith(encoded(picture())));
-    QCOMPARE(small(), Bundle::imageNamed(u"small"_s));
+    QCOMPARE(small(), Pictures::imageNamed(u"small"_s));
     QCOMPARE(m_world->vendor().requests(smallPath).size(), 1);
     QCOMPARE(small(), picture());
     QCOMPARE(small(), picture());
@@ -275,8 +275,8 @@ void TestInstallerImages::nothingIsRetriedOrKept()
 
 void TestInstallerImages::theBuiltInPicturesAreThere()
 {
-    const QImage builtInSmall = Bundle::imageNamed(u"small"_s);
-    const QImage builtInLarge = Bundle::imageNamed(u"large"_s);
+    const QImage builtInSmall = Pictures::imageNamed(u"small"_s);
+    const QImage builtInLarge = Pictures::imageNamed(u"large"_s);
     QVERIFY(!builtInSmall.isNull());
     QVERIFY(!builtInLarge.isNull());
     QVERIFY(builtInSmall.size() != builtInLarge.size());
@@ -292,5 +292,5 @@ void TestInstallerImages::anyThreadWillDo()
     QCOMPARE(shown, picture());
 }
 
-QTEST_MAIN(TestInstallerImages)
+QTEST_GUILESS_MAIN(TestInstallerImages)
 #include "TestInstallerImages.moc"

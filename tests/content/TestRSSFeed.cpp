@@ -46,7 +46,7 @@ private:
 void TestRSSFeed::init()
 {
     m_loader = std::make_unique<UrlLoader>();
-    m_feed = std::make_unique<RSSFeed>(*m_loader, VendorHosts());
+    m_feed = std::make_unique<RSSFeed>(*m_loader, VendorSite());
 }
 
 void TestRSSFeed::cleanup()

@@ -83,7 +83,7 @@ void TestRSSFeedPage::cleanup()
 
 void TestRSSFeedPage::parse()
 {
-    RSSFeed(m_world->loader(), m_world->hosts()).parseRSSWithURL();
+    RSSFeed(m_world->loader(), m_world->site()).parseRSSWithURL();
 }
 
 void TestRSSFeedPage::theFeedOfTheWwwHostIsFetchedOnce()

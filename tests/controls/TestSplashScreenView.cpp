@@ -1,6 +1,6 @@
 #include "controls/SplashScreenView.h"
 
-#include "platform/Bundle.h"
+#include "resources/Pictures.h"
 #include "support/Rerun.h"
 
 #include <QPainter>
@@ -43,7 +43,7 @@ private Q_SLOTS:
     void aFineScreenShowsTheFinePicture();
 
 private:
-    const QImage m_tile = Bundle::imageNamed(u"splash_wayfar5"_s);
+    const QImage m_tile = Pictures::imageNamed(u"splash_wayfar5"_s);
 };
 
 void TestSplashScreenView::itAsksForTheSizeOfItsPicture()

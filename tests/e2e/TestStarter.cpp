@@ -1,4 +1,4 @@
-#include "upgrade/InstalledBundles.h"
+#include "places/BundleFolder.h"
 
 #include <QDir>
 #include <QFile>
@@ -61,7 +61,7 @@ void TestStarter::theNewestIsFoundByItsNumbers()
     const QTemporaryDir folder;
     for (const QString &version : versions)
         putBundle(folder.path(), version);
-    QCOMPARE(nameOf(newestBundleIn(folder.path())), newest);
+    QCOMPARE(nameOf(BundleFolder::newestIn(folder.path())), newest);
 }
 
 void TestStarter::whatCannotBeStartedIsPassedOver()
@@ -70,7 +70,7 @@ void TestStarter::whatCannotBeStartedIsPassedOver()
     putBundle(folder.path(), u"1.2.6"_s);
     putBundle(folder.path(), u"1.3.0"_s, false);
     QDir(folder.path()).mkdir(u"WayfarRoutes_1.4.0.app"_s);
-    QCOMPARE(nameOf(newestBundleIn(folder.path())), u"WayfarRoutes_1.2.6.app"_s);
+    QCOMPARE(nameOf(BundleFolder::newestIn(folder.path())), u"WayfarRoutes_1.2.6.app"_s);
 }
 
 void TestStarter::otherFoldersAreNoBundles()
@@ -78,7 +78,7 @@ void TestStarter::otherFoldersAreNoBundles()
     const QTemporaryDir folder;
     putBundle(folder.path() + u"/deeper"_s, u"2.0"_s);
     QDir(folder.path()).mkdir(u"SomethingElse_9.9.app"_s);
-    QCOMPARE(newestBundleIn(folder.path()), QString());
+    QCOMPARE(BundleFolder::newestIn(folder.path()), QString());
 }
 
 void TestStarter::theStarterBecomesTheNewestBundle()

@@ -2,7 +2,6 @@
 
 #include "pack/ArchiveExtraction.h"
 
-#include <QApplication>
 #include <QDir>
 #include <QProcess>
 #include <QTemporaryDir>
@@ -32,6 +31,9 @@ private Q_SLOTS:
     void theShellReadsWhatStandsInDoubleQuotes();
     void aDoubleQuoteBreaksTheCommand();
     void overwritesWithoutAsking();
+    void afreshNothingOfAnEarlierArchiveIsLeft();
+    void whatCannotBeReadIsGivenToItsOwner();
+    void aFolderUnpackedOverAnotherCanBeMoved();
     void whatIsNoArchiveLeavesTheFolderEmpty_data();
     void whatIsNoArchiveLeavesTheFolderEmpty();
     void aDamagedMemberIsNoReasonToStop();
@@ -53,7 +55,7 @@ private:
     {
         write("in.zip", archive);
         (void)FileManager::createDirectory(path("out"), false);
-        return standardErrorOf([this] { ArchiveExtraction::extract(path("in.zip"), path("out")); });
+        return standardErrorOf([this] { ArchiveExtraction::unpackAfresh(path("in.zip"), path("out")); });
     }
 
     std::unique_ptr<QTemporaryDir> m_folder;
@@ -115,13 +117,13 @@ void TestArchiveExtraction::pathsNeedNoPlainNames()
     QVERIFY(!FileManager::createDirectory(folder / "out", false));
     write("in.zip", zipOf("echo one >one"));
     // A shell pattern in an archive's name is the tool's to read, so only the folder gets it here.
-    ArchiveExtraction::extract(path("in.zip"), folder / "out");
+    ArchiveExtraction::unpackAfresh(path("in.zip"), folder / "out");
     QCOMPARE(read(folder / "out/one"), QByteArray("one\n"));
 
     if (!name.contains('*')) {
         QVERIFY(!FileManager::moveItem(path("in.zip"), folder / "in.zip"));
         QVERIFY(!FileManager::removeItem(folder / "out/one"));
-        ArchiveExtraction::extract(folder / "in.zip", folder / "out");
+        ArchiveExtraction::unpackAfresh(folder / "in.zip", folder / "out");
         QCOMPARE(read(folder / "out/one"), QByteArray("one\n"));
     }
 }
@@ -142,17 +144,17 @@ void TestArchiveExtraction::theShellReadsWhatStandsInDoubleQuotes()
     QFETCH(const FilePath, used);
     write("in.zip", zipOf("echo one >one"));
     qputenv("WAYFAR_TEST_VALUE", "filled in");
-    ArchiveExtraction::extract(path("in.zip"), path(given));
+    ArchiveExtraction::unpackAfresh(path("in.zip"), path(given));
     qunsetenv("WAYFAR_TEST_VALUE");
     QCOMPARE(read(used / "one"), QByteArray("one\n"));
-    QVERIFY(!FileManager::itemExists(path(given)));
+    QVERIFY(FileManager::contentsOfDirectory(path(given)).isEmpty());
 }
 
 void TestArchiveExtraction::aDoubleQuoteBreaksTheCommand()
 {
     write("in.zip", zipOf("echo one >one"));
     QVERIFY(!FileManager::createDirectory(path("a\"b"), false));
-    ArchiveExtraction::extract(path("in.zip"), path("a\"b"));
+    ArchiveExtraction::unpackAfresh(path("in.zip"), path("a\"b"));
     QVERIFY(FileManager::contentsOfDirectory(path("a\"b")).isEmpty());
     QCOMPARE(FileManager::contentsOfDirectory(toPath(m_folder->path())).size(), 2); // and nowhere else
 }
@@ -162,9 +164,36 @@ void TestArchiveExtraction::overwritesWithoutAsking()
     QVERIFY(!FileManager::createDirectory(path("out"), false));
     write("out/file", "old, and longer\n");
     write("out/other", "kept\n");
-    extract(zipOf("echo new >file"));
+    write("in.zip", zipOf("echo new >file"));
+    ArchiveExtraction::unpackOver(path("in.zip"), path("out"));
     QCOMPARE(read("out/file"), QByteArray("new\n"));
     QCOMPARE(read("out/other"), QByteArray("kept\n"));
+}
+
+void TestArchiveExtraction::afreshNothingOfAnEarlierArchiveIsLeft()
+{
+    extract(zipOf("mkdir closed; echo old >closed/file; chmod 0555 closed"));
+    extract(zipOf("echo new >file"));
+    QCOMPARE(FileManager::contentsOfDirectory(path("out")), QList<FilePath>{"file"});
+}
+
+void TestArchiveExtraction::whatCannotBeReadIsGivenToItsOwner()
+{
+    extract(zipOf("mkdir closed; echo in >closed/file; chmod 0 closed/file; chmod 0111 closed"));
+    struct stat status = {};
+    QCOMPARE(::lstat(path("out/closed").c_str(), &status), 0);
+    QCOMPARE(status.st_mode & 0777U, 0511U);
+    QCOMPARE(::lstat(path("out/closed/file").c_str(), &status), 0);
+    QCOMPARE(status.st_mode & 0777U, 0400U);
+}
+
+void TestArchiveExtraction::aFolderUnpackedOverAnotherCanBeMoved()
+{
+    write("in.zip", zipOf("mkdir closed; echo in >closed/file; chmod 0555 closed"));
+    ArchiveExtraction::unpackOver(path("in.zip"), path("out"));
+    struct stat status = {};
+    QCOMPARE(::lstat(path("out/closed").c_str(), &status), 0);
+    QCOMPARE(status.st_mode & 0777U, 0755U);
 }
 
 void TestArchiveExtraction::whatIsNoArchiveLeavesTheFolderEmpty_data()
@@ -186,7 +215,7 @@ void TestArchiveExtraction::whatIsNoArchiveLeavesTheFolderEmpty()
     QVERIFY(!FileManager::createDirectory(path("out"), false));
     if (bytes)
         write("in.zip", *bytes);
-    ArchiveExtraction::extract(path("in.zip"), path("out"));
+    ArchiveExtraction::unpackAfresh(path("in.zip"), path("out"));
     QCOMPARE(FileManager::contentsOfDirectory(path("out")), QList<FilePath>());
 }
 
@@ -255,8 +284,8 @@ void TestArchiveExtraction::withoutAPathNothingIsRun()
     QFETCH(const bool, folder);
     write("in.zip", zipOf("echo one >one"));
     const QByteArray said = standardErrorOf([&] {
-        ArchiveExtraction::extract(archive ? OptionalPath(path("in.zip")) : std::nullopt,
-                                   folder ? OptionalPath(path("out")) : std::nullopt);
+        ArchiveExtraction::unpackAfresh(archive ? OptionalPath(path("in.zip")) : std::nullopt,
+                                        folder ? OptionalPath(path("out")) : std::nullopt);
     });
     QCOMPARE(said, QByteArray());
     QCOMPARE(FileManager::contentsOfDirectory(toPath(m_folder->path())), QList<FilePath>{"in.zip"});
@@ -276,7 +305,7 @@ int main(int argc, char *argv[])
         const int terminal = ::open("/dev/tty", O_RDWR | O_CLOEXEC);
         if (terminal >= 0)
             ::dprintf(STDOUT_FILENO, "a terminal\n"); // so that it could be asked
-        ArchiveExtraction::extract(toPath(arguments.value(2)), toPath(arguments.value(3)));
+        ArchiveExtraction::unpackAfresh(toPath(arguments.value(2)), toPath(arguments.value(3)));
         return terminal >= 0 ? 0 : 1;
     }
     TestArchiveExtraction test;

@@ -64,7 +64,7 @@ void TestDownloadMemory::memoryDoesNotGrowWithThePack()
     answer.filler = size;
     world.vendor().setAnswer("/api/dlGuide", answer);
     ProgressWatch watch;
-    const auto installer = std::make_shared<WayfarUpdateInstaller>(world.defaults(), world.loader(), world.hosts());
+    const auto installer = std::make_shared<WayfarUpdateInstaller>(world.defaults(), world.loader(), world.site());
     installer->setDelegate(&watch);
 
     const qint64 before = memory("VmRSS");

@@ -1,7 +1,7 @@
 #include "pack/FormEncoding.h"
 #include "platform/UrlLoader.h"
 #include "platform/UserDefaults.h"
-#include "settings/PreferenceKeys.h"
+#include "places/Preferences.h"
 
 #include <QTemporaryDir>
 #include <QTest>
@@ -124,9 +124,9 @@ void TestFormEncoding::theAccountIsWhatIsStoredUpToTheFirstAbsentValue()
     const QTemporaryDir folder;
     UserDefaults defaults(folder.filePath(u"preferences.json"_s), {});
     if (user)
-        defaults.setObject(PreferenceKeys::userName, *user);
+        defaults.setObject(Preferences::userName.key, *user);
     if (password)
-        defaults.setObject(PreferenceKeys::password, *password);
+        defaults.setObject(Preferences::password.key, *password);
     QTEST(FormEncoding::accountPairs(defaults), "pairs");
 }
 

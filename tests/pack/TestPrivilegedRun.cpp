@@ -2,7 +2,6 @@
 
 #include "pack/PrivilegedRun.h"
 
-#include <QApplication>
 #include <QDir>
 #include <QTemporaryDir>
 #include <QTest>
@@ -17,8 +16,6 @@ const QByteArray Copy = "cp -r '%@' '%@'";
 const QByteArray Find = "find '%@' -type f -name 'Trailbook.lua' -exec rm {} + && "
                         "find '%@' -type f -name 'Trailbook.lua.bak' -exec rm {} +";
 const QByteArray RemoveTwo = "rm -rf '%@'  && rm -rf '%@'";
-const QString Changes = u"Wayfar Installer failed to make changes. Reason %@"_s;
-const QString Repair = u"Wayfar Installer failed to repair Installation. Reason %@"_s;
 
 QByteArray scriptOf(const QByteArray &command)
 {
@@ -31,14 +28,12 @@ class TestPrivilegedRun : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void aScriptIsTheCommandBetweenItsWords();
     void fillsThePathsRawAndInOrder_data();
     void fillsThePathsRawAndInOrder();
     void onlyNoErrorAndOneAreSuccesses_data();
     void onlyNoErrorAndOneAreSuccesses();
-    void aFailureIsShownInTheCallersWords_data();
-    void aFailureIsShownInTheCallersWords();
-    void theAlertOpensWhenTheWaitIsOver();
+    void aFailuresReasonIsTheRunnersBriefText_data();
+    void aFailuresReasonIsTheRunnersBriefText();
     void theCommandReallyRuns();
     void aMissingSourceCountsAsDone();
     void whatCannotBeCompiledFails_data();
@@ -47,12 +42,6 @@ private Q_SLOTS:
     void anApostropheStartsNothing();
     void whatTheShellReadsOutsideTheQuotesFails();
 };
-
-void TestPrivilegedRun::aScriptIsTheCommandBetweenItsWords()
-{
-    QCOMPARE(PrivilegedRun::script("cp -r '%@' '%@'"),
-             QByteArray(R"(do shell script "cp -r '%@' '%@'" with administrator privileges)"));
-}
 
 void TestPrivilegedRun::fillsThePathsRawAndInOrder_data()
 {
@@ -87,8 +76,7 @@ void TestPrivilegedRun::fillsThePathsRawAndInOrder()
     QFETCH(const QByteArray, filled);
     Administrator administrator;
     administrator.refusal = userCanceled;
-    RecordingAlert alert;
-    PrivilegedRun::run(administrator, alert, PrivilegedRun::script(command), paths, Changes);
+    (void)PrivilegedRun::run(administrator, command, paths);
     QCOMPARE(administrator.scripts, QList<QByteArray>{scriptOf(filled)});
 }
 
@@ -109,59 +97,28 @@ void TestPrivilegedRun::onlyNoErrorAndOneAreSuccesses()
     Administrator administrator;
     if (number)
         administrator.refusal = ScriptError{*number, u"no"_s};
-    RecordingAlert alert;
-    QCOMPARE(PrivilegedRun::run(administrator, alert, PrivilegedRun::script("true '%@'"), {"/x"}, Changes), success);
-    QCOMPARE(alert.shown.size(), success ? 0 : 1);
+    QCOMPARE(PrivilegedRun::run(administrator, "true '%@'", {"/x"}).done, success);
 }
 
-void TestPrivilegedRun::aFailureIsShownInTheCallersWords_data()
+void TestPrivilegedRun::aFailuresReasonIsTheRunnersBriefText_data()
 {
-    QTest::addColumn<QString>("message");
-    QTest::addColumn<QString>("informative");
     QTest::addColumn<std::optional<QString>>("brief");
-    QTest::addColumn<QString>("shown");
-    const std::optional canceled = u"User canceled."_s;
-    QTest::newRow("installation") << Changes << u""_s << canceled
-                                  << u"Wayfar Installer failed to make changes. Reason User canceled."_s;
-    QTest::newRow("repair") << Repair << u""_s << canceled
-                            << u"Wayfar Installer failed to repair Installation. Reason User canceled."_s;
-    QTest::newRow("replacement") << Changes << u"Application will quit now."_s << canceled
-                                 << u"Wayfar Installer failed to make changes. Reason User canceled."_s;
-    QTest::newRow("no brief message") << Changes << u""_s << std::optional<QString>()
-                                      << u"Wayfar Installer failed to make changes. Reason (null)"_s;
-    QTest::newRow("an empty brief message")
-        << Changes << u""_s << std::optional(u""_s) << u"Wayfar Installer failed to make changes. Reason "_s;
-    QTest::newRow("a placeholder in it") << Changes << u""_s << std::optional(u"%@ %1 <b>"_s)
-                                         << u"Wayfar Installer failed to make changes. Reason %@ %1 <b>"_s;
+    QTest::addColumn<QString>("reason");
+    QTest::newRow("words") << std::optional(u"User canceled."_s) << u"User canceled."_s;
+    QTest::newRow("none") << std::optional<QString>() << u"(null)"_s;
+    QTest::newRow("empty") << std::optional(u""_s) << u""_s;
+    QTest::newRow("a placeholder in it") << std::optional(u"%@ %1 <b>"_s) << u"%@ %1 <b>"_s;
 }
 
-void TestPrivilegedRun::aFailureIsShownInTheCallersWords()
+void TestPrivilegedRun::aFailuresReasonIsTheRunnersBriefText()
 {
-    QFETCH(const QString, message);
-    QFETCH(const QString, informative);
     QFETCH(const std::optional<QString>, brief);
-    QFETCH(const QString, shown);
+    QFETCH(const QString, reason);
     Administrator administrator;
     administrator.refusal = ScriptError{-128, brief};
-    RecordingAlert alert;
-    QVERIFY(!PrivilegedRun::run(administrator, alert, PrivilegedRun::script(Copy), {"/a", "/b"}, message, informative));
-    QCOMPARE(alert.shown.size(), 1);
-    const AlertContent &content = alert.shown.constFirst();
-    QCOMPARE(content.messageText, shown);
-    QCOMPARE(content.informativeText, informative);
-    QCOMPARE(content.defaultButton, u"OK"_s);
-    QCOMPARE(content.alternateButton, QString());
-}
-
-void TestPrivilegedRun::theAlertOpensWhenTheWaitIsOver()
-{
-    Administrator administrator;
-    administrator.refusal = userCanceled;
-    RecordingAlert alert;
-    bool waits = true;
-    alert.whileShown = [&waits] { waits = QApplication::overrideCursor() != nullptr; };
-    QVERIFY(!PrivilegedRun::run(administrator, alert, PrivilegedRun::script(Copy), {"/a", "/b"}, Changes));
-    QVERIFY(!waits); // it is the player who is waited for now
+    const PrivilegedOutcome outcome = PrivilegedRun::run(administrator, Copy, {"/a", "/b"});
+    QVERIFY(!outcome.done);
+    QCOMPARE(outcome.reason, reason);
 }
 
 void TestPrivilegedRun::theCommandReallyRuns()
@@ -169,10 +126,8 @@ void TestPrivilegedRun::theCommandReallyRuns()
     const QTemporaryDir folder;
     const FilePath target = toPath(folder.filePath(u"made here"_s));
     Administrator administrator;
-    RecordingAlert alert;
-    QVERIFY(PrivilegedRun::run(administrator, alert, PrivilegedRun::script("mkdir '%@'"), {target}, Changes));
+    QVERIFY(PrivilegedRun::run(administrator, "mkdir '%@'", {target}).done);
     QVERIFY(FileManager::isDirectory(target));
-    QVERIFY(alert.shown.isEmpty());
 }
 
 void TestPrivilegedRun::aMissingSourceCountsAsDone()
@@ -180,10 +135,8 @@ void TestPrivilegedRun::aMissingSourceCountsAsDone()
     const QTemporaryDir folder;
     const FilePath target = toPath(folder.filePath(u"target"_s));
     Administrator administrator;
-    RecordingAlert alert;
-    QVERIFY(PrivilegedRun::run(administrator, alert, PrivilegedRun::script(Copy), {"/no/such/entry", target}, Changes));
+    QVERIFY(PrivilegedRun::run(administrator, Copy, {"/no/such/entry", target}).done);
     QVERIFY(!FileManager::itemExists(target)); // cp ended with 1
-    QVERIFY(alert.shown.isEmpty());
 }
 
 void TestPrivilegedRun::whatCannotBeCompiledFails_data()
@@ -201,11 +154,9 @@ void TestPrivilegedRun::whatCannotBeCompiledFails()
     const QTemporaryDir folder;
     const FilePath target = toPath(folder.path()) / name.toStdString();
     Administrator administrator;
-    RecordingAlert alert;
-    QVERIFY(!PrivilegedRun::run(administrator, alert, PrivilegedRun::script("mkdir '%@'"), {target}, Changes));
-    QCOMPARE(alert.shown.size(), 1);
-    QCOMPARE(alert.shown.constFirst().messageText,
-             u"Wayfar Installer failed to make changes. Reason Expected end of line but found unknown token."_s);
+    const PrivilegedOutcome outcome = PrivilegedRun::run(administrator, "mkdir '%@'", {target});
+    QVERIFY(!outcome.done);
+    QCOMPARE(outcome.reason, u"Expected end of line but found unknown token."_s);
     QVERIFY(QDir(folder.path()).isEmpty());
 }
 
@@ -239,25 +190,21 @@ void TestPrivilegedRun::anApostropheStartsNothing()
     QFETCH(const QByteArray, command);
     QFETCH(const QList<FilePath>, paths);
     Administrator administrator;
-    RecordingAlert alert;
-    QVERIFY(!PrivilegedRun::run(administrator, alert, PrivilegedRun::script(command), paths, Repair));
+    const PrivilegedOutcome outcome = PrivilegedRun::run(administrator, command, paths);
+    QVERIFY(!outcome.done);
     QCOMPARE(administrator.scripts, QList<QByteArray>()); // no prompt either
-    QCOMPARE(alert.shown.size(), 1);
-    QCOMPARE(
-        alert.shown.constFirst().messageText,
-        u"Wayfar Installer failed to repair Installation. Reason sh: 1: Syntax error: Unterminated quoted string"_s);
+    QCOMPARE(outcome.reason, u"sh: 1: Syntax error: Unterminated quoted string"_s);
 }
 
 void TestPrivilegedRun::whatTheShellReadsOutsideTheQuotesFails()
 {
     // The template's own apostrophes are no reason to stop; the shell judges them.
     Administrator administrator;
-    RecordingAlert alert;
-    QVERIFY(!PrivilegedRun::run(administrator, alert, PrivilegedRun::script("cp -r '%@"), {"/from"}, Changes));
+    const PrivilegedOutcome outcome = PrivilegedRun::run(administrator, "cp -r '%@", {"/from"});
+    QVERIFY(!outcome.done);
     QCOMPARE(administrator.scripts.size(), 1);
-    QCOMPARE(alert.shown.size(), 1);
-    QVERIFY(alert.shown.constFirst().messageText.endsWith(u"Syntax error: Unterminated quoted string"));
+    QVERIFY(outcome.reason.endsWith(u"Syntax error: Unterminated quoted string"));
 }
 
-QTEST_MAIN(TestPrivilegedRun)
+QTEST_GUILESS_MAIN(TestPrivilegedRun)
 #include "TestPrivilegedRun.moc"

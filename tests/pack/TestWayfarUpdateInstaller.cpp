@@ -1,6 +1,6 @@
 #include "pack/WayfarUpdateInstaller.h"
 
-#include "settings/PreferenceKeys.h"
+#include "places/Preferences.h"
 #include "support/Answers.h"
 #include "support/TestWorld.h"
 
@@ -91,7 +91,7 @@ void TestWayfarUpdateInstaller::cleanup()
 
 void TestWayfarUpdateInstaller::makeInstaller()
 {
-    m_installer = std::make_shared<WayfarUpdateInstaller>(m_world->defaults(), m_world->loader(), m_world->hosts());
+    m_installer = std::make_shared<WayfarUpdateInstaller>(m_world->defaults(), m_world->loader(), m_world->site());
     m_installer->setDelegate(m_delegate.get());
 }
 
@@ -125,9 +125,9 @@ void TestWayfarUpdateInstaller::theStoredAccountIsPosted()
     QFETCH(const std::optional<QString>, password);
     QFETCH(const QByteArray, length);
     if (user)
-        m_world->defaults().setObject(PreferenceKeys::userName, *user);
+        m_world->defaults().setObject(Preferences::userName.key, *user);
     if (password)
-        m_world->defaults().setObject(PreferenceKeys::password, *password);
+        m_world->defaults().setObject(Preferences::password.key, *password);
     answer(answerWith("whatever the vendor says"));
     QVERIFY(download());
 
@@ -150,8 +150,8 @@ void TestWayfarUpdateInstaller::theArchiveIsTheBodyByteForByte()
     const QByteArray pack = m_world->zip({{u"Trailbook/Trailbook.toc"_s, QByteArray("## Version: 2\r\n\0\xff", 17)}});
     m_world->vendor().addAccount(u"ann"_s, u"key"_s, "page");
     m_world->vendor().setPack(pack);
-    m_world->defaults().setObject(PreferenceKeys::userName, u"ann"_s);
-    m_world->defaults().setObject(PreferenceKeys::password, u"key"_s);
+    m_world->defaults().setObject(Preferences::userName.key, u"ann"_s);
+    m_world->defaults().setObject(Preferences::password.key, u"key"_s);
     QVERIFY(download());
     QVERIFY(pack.startsWith("PK"));
     QCOMPARE(m_world->read(archive()), pack);

@@ -1,6 +1,6 @@
 #include "pack/WayfarVersion.h"
 
-#include "settings/PreferenceKeys.h"
+#include "places/Preferences.h"
 #include "support/Answers.h"
 #include "support/TestWorld.h"
 
@@ -39,7 +39,7 @@ private Q_SLOTS:
     void installedAndPublishedAreTheSameOnlyToTheLetter();
 
 private:
-    WayfarVersion version() { return {m_world->defaults(), m_world->loader(), m_world->hosts()}; }
+    WayfarVersion version() { return {m_world->defaults(), m_world->loader(), m_world->site()}; }
     QString toc() const { return m_world->addOnFolder() + u"/Trailbook/Trailbook.toc"_s; }
 
     std::unique_ptr<TestWorld> m_world;
@@ -94,7 +94,7 @@ void TestWayfarVersion::theInstalledVersionIsReadBelowTheGameFolder()
 {
     QFETCH(const QString, end);
     m_world->installPack("1.2.5");
-    m_world->defaults().setObject(PreferenceKeys::installPath, m_world->gameFolder() + end);
+    m_world->defaults().setObject(Preferences::installPath.key, m_world->gameFolder() + end);
     QCOMPARE(version().localVersion(), u"1.2.5"_s);
 }
 
@@ -140,10 +140,10 @@ void TestWayfarVersion::theInstalledVersionIsNoneWithoutAReadableFile()
 
 void TestWayfarVersion::theUsualGameFolderIsLookedInWhenNoneIsStored()
 {
-    QCOMPARE(PreferenceKeys::defaultInstallPath, u"/Applications/World of Warcraft"_s);
-    QVERIFY(!QFileInfo::exists(PreferenceKeys::defaultInstallPath));
+    QCOMPARE(GameFolder::usualRoot.toString(), u"/Applications/World of Warcraft"_s);
+    QVERIFY(!QFileInfo::exists(GameFolder::usualRoot.toString()));
     UserDefaults defaults(m_world->path(u"others/preferences.json"_s), {});
-    QCOMPARE(WayfarVersion(defaults, m_world->loader(), m_world->hosts()).localVersion(), u"none"_s);
+    QCOMPARE(WayfarVersion(defaults, m_world->loader(), m_world->site()).localVersion(), u"none"_s);
 }
 
 void TestWayfarVersion::aGameFolderThatAnotherProcessStoredIsSeen()
@@ -152,7 +152,7 @@ void TestWayfarVersion::aGameFolderThatAnotherProcessStoredIsSeen()
     m_world->write(m_world->path(u"moved/_retail_/Interface/AddOns/Trailbook/Trailbook.toc"_s), "## Version: 7\n");
     QCOMPARE(version().localVersion(), u"1.2.5"_s);
     UserDefaults others;
-    others.setObject(PreferenceKeys::installPath, m_world->path(u"moved"_s));
+    others.setObject(Preferences::installPath.key, m_world->path(u"moved"_s));
     QCOMPARE(version().localVersion(), u"7"_s);
 }
 
@@ -212,8 +212,8 @@ void TestWayfarVersion::thePublishedVersionIsNothingWhenItCannotBeHad()
 
 void TestWayfarVersion::thePublishedVersionIsAskedForByABareGet()
 {
-    m_world->defaults().setObject(PreferenceKeys::userName, u"ann"_s);
-    m_world->defaults().setObject(PreferenceKeys::password, u"key"_s);
+    m_world->defaults().setObject(Preferences::userName.key, u"ann"_s);
+    m_world->defaults().setObject(Preferences::password.key, u"key"_s);
     QCOMPARE(version().updateVersion(), std::optional(u"1.2.6"_s));
     QCOMPARE(m_world->vendor().requests().size(), 1);
     const VendorRequest request = m_world->vendor().requests().constFirst();

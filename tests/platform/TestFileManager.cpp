@@ -42,7 +42,6 @@ private Q_SLOTS:
     void cleanup();
 
     void aPathKeepsItsText();
-    void aLiteralIsPutBehindTheFolderAsText();
 
     void aFileFolderOrLinkExists_data();
     void aFileFolderOrLinkExists();
@@ -124,13 +123,6 @@ void TestFileManager::aPathKeepsItsText()
     const QString text = u"/spiel/Weg über α 💾/x"_s;
     QCOMPARE(toPath(text).native(), text.toUtf8().toStdString());
     QCOMPARE(toText(toPath(text)), text);
-}
-
-void TestFileManager::aLiteralIsPutBehindTheFolderAsText()
-{
-    QCOMPARE(pathIn(u"/support"_s, u"/account.html"), OptionalPath("/support/account.html"));
-    QCOMPARE(pathIn(u""_s, u"/account.html"), OptionalPath("/account.html"));
-    QCOMPARE(pathIn(std::nullopt, u"/account.html"), std::nullopt);
 }
 
 void TestFileManager::aFileFolderOrLinkExists_data()

@@ -2,11 +2,21 @@
 
 #include "support/TestWorld.h"
 
-#include "upgrade/InstallerDownloadWindow.h"
 #include "upgrade/InstallerUpgrade.h"
 
-#include <QProgressBar>
 #include <QTest>
+
+// Keeps what a download shows.
+struct RecordingProgressWindow : ProgressWindow {
+    void showText(const QString &shown) override { text = shown; }
+    void showProgress(double shown) override { percentage = shown; }
+    void present() override { isOpen = true; }
+    void dismiss() override { isOpen = false; }
+
+    QString text;
+    double percentage = -1;
+    bool isOpen = false;
+};
 
 // The download of installer 1.3.0 from the vendor of a TestWorld, and who is told of it.
 struct InstallerDownload : InstallerUpgradeDelegate {
@@ -23,13 +33,20 @@ struct InstallerDownload : InstallerUpgradeDelegate {
     }
 
     QString archive() const { return world.supportFolder() + QStringLiteral("/download.zip"); }
-    QProgressBar *bar() const { return upgrade->progressWindow()->findChild<QProgressBar *>(); }
+    RecordingProgressWindow &window() const
+    {
+        return static_cast<RecordingProgressWindow &>(*upgrade->progressWindow());
+    }
+    std::shared_ptr<InstallerUpgrade> newUpgrade()
+    {
+        return std::make_shared<InstallerUpgrade>(world.loader(), world.site(), QStringLiteral("1.2.6"),
+                                                  [] { return std::make_unique<RecordingProgressWindow>(); });
+    }
 
     static constexpr const char *remotePath = "/WayfarRoutes_1.3.0.zip";
 
     TestWorld world;
-    std::shared_ptr<InstallerUpgrade> upgrade =
-        std::make_shared<InstallerUpgrade>(world.loader(), world.hosts(), QStringLiteral("1.2.6"));
+    std::shared_ptr<InstallerUpgrade> upgrade = newUpgrade();
     bool ignored = false;
     QList<bool> results;
 };

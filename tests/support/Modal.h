@@ -14,19 +14,22 @@ template<typename Dialog> class WhenOpen
 public:
     explicit WhenOpen(const std::function<void(Dialog &)> &action)
     {
-        QTimer::singleShot(0, &m_context, [this, action] {
+        QObject::connect(&m_look, &QTimer::timeout, &m_look, [this, action] {
             const QPointer<Dialog> dialog = qobject_cast<Dialog *>(QApplication::activeModalWidget());
-            m_opened = dialog;
-            if (dialog)
-                action(*dialog);
+            if (!dialog)
+                return;
+            m_look.stop();
+            m_opened = true;
+            action(*dialog);
             if (dialog && dialog->isVisible())
                 dialog->reject();
         });
+        m_look.start(0);
     }
 
     bool opened() const { return m_opened; }
 
 private:
-    QObject m_context;
+    QTimer m_look;
     bool m_opened = false;
 };

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "settings/OpenPanel.h"
+#include "windows/OpenPanel.h"
 
 #include <QAbstractItemView>
 #include <QApplication>

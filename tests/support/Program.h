@@ -4,8 +4,8 @@
 #include "support/TestWorld.h"
 
 #include "app/AppDelegate.h"
-#include "app/MainWindow.h"
-#include "app/SplashScreen.h"
+#include "windows/MainWindow.h"
+#include "windows/SplashScreen.h"
 
 #include <QAbstractButton>
 #include <QTest>
@@ -15,7 +15,7 @@
 struct Program {
     // world is borrowed.
     explicit Program(TestWorld &world)
-        : delegate({world.hosts(), world.defaults(), world.loader(), workspace, alert, administrator,
+        : delegate({world.site(), world.defaults(), world.loader(), workspace, alert, administrator,
                     [this] { ++terminations; }, [this](int status) { exitStatus = status; },
                     world.path(QStringLiteral("applications/WayfarRoutes_1.2.6.app"))})
     {

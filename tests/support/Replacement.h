@@ -144,7 +144,7 @@ public:
     JournalWorkspace workspace{journal};
     JournalAlert alert{journal};
     JournalAdministrator administrator{journal, applicationFolder()};
-    AppDelegate delegate{{world.hosts(), world.defaults(), world.loader(), workspace, alert, administrator,
+    AppDelegate delegate{{world.site(), world.defaults(), world.loader(), workspace, alert, administrator,
                           [this] { journal.append(QStringLiteral("terminate")); },
                           [this](int status) { journal.append(QStringLiteral("exit %1").arg(status)); },
                           runningBundle()}};

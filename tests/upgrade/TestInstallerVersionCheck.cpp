@@ -1,6 +1,5 @@
 #include "support/TestWorld.h"
 
-#include "upgrade/InstallerDownloadWindow.h"
 #include "upgrade/InstallerUpgrade.h"
 
 #include <QTest>
@@ -44,11 +43,16 @@ private Q_SLOTS:
     void anUnusedUpgradeIsEmpty();
 
 private:
+    std::shared_ptr<InstallerUpgrade> newUpgrade(const QString &installed)
+    {
+        return std::make_shared<InstallerUpgrade>(m_world->loader(), m_world->site(), installed,
+                                                  InstallerUpgrade::WindowMaker());
+    }
     bool check(const QString &installed = u"1.2.6"_s)
     {
         bool available = false;
         m_log = standardErrorOf([&] {
-            const auto upgrade = std::make_shared<InstallerUpgrade>(m_world->loader(), m_world->hosts(), installed);
+            const auto upgrade = newUpgrade(installed);
             available = upgrade->updateAvailable(&m_error, &m_version);
         });
         return available;
@@ -240,7 +244,7 @@ void TestInstallerVersionCheck::aVendorGoneSilentIsAnError()
 
 void TestInstallerVersionCheck::anUnusedUpgradeIsEmpty()
 {
-    const auto upgrade = std::make_shared<InstallerUpgrade>(m_world->loader(), m_world->hosts(), u"1.2.6"_s);
+    const auto upgrade = newUpgrade(u"1.2.6"_s);
     QCOMPARE(upgrade->downloadText(), QString());
     QCOMPARE(upgrade->progress(), 0.0);
     QVERIFY(!upgrade->progressWindow());

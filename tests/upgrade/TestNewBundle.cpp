@@ -1,4 +1,4 @@
-#include "upgrade/NewBundle.h"
+#include "upgrade/InstallerReplacement.h"
 
 #include <QTest>
 

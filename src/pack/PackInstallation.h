@@ -1,0 +1,48 @@
+#pragma once
+
+#include "pack/PrivilegedRun.h"
+#include "platform/FileManager.h"
+
+#include <QList>
+
+#include <optional>
+
+class GameFolder;
+class ScriptRunner;
+
+// One entry at the top of a downloaded pack, on its way into the add-on folder: with the player's own rights first, and
+// as an administrator only where the file system refuses for want of permission. A failure of any other kind is passed
+// over. Blocks; main thread.
+class PackEntry
+{
+public:
+    PackEntry(const FilePath &source, const FilePath &destination, ScriptRunner &runner);
+
+    // First removes what is in the entry's place, or makes the folder that it goes into; then copies. Nothing when no
+    // administrator was needed. An administrator who makes room also copies: after that outcome, when it is done, the
+    // entry is in its place.
+    [[nodiscard]] std::optional<PrivilegedOutcome> makeRoom();
+    [[nodiscard]] std::optional<PrivilegedOutcome> copy();
+
+private:
+    void keepFailureOf(const FileError &error);
+    std::optional<PrivilegedOutcome> ifRefused(QByteArrayView command, const QList<FilePath> &paths) const;
+
+    const FilePath m_source;
+    const FilePath m_destination;
+    ScriptRunner &m_runner;
+    // The last failure. A step that succeeds keeps it: a refusal while making room lets an administrator copy, too.
+    FileError m_failure;
+};
+
+namespace PackInstallation
+{
+struct Move {
+    FilePath source;
+    FilePath destination;
+};
+
+// Unpacks the downloaded archive, and makes the add-on folder where it is missing. Every entry at the archive's top, in
+// the file system's order; none when it can't be unpacked. Blocks.
+QList<Move> unpack(const GameFolder &game);
+} // namespace PackInstallation

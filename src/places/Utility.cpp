@@ -1,0 +1,45 @@
+#include "places/Utility.h"
+
+#include "platform/SystemLog.h"
+#include "platform/Text.h"
+
+#include <QDir>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+QStringList searchPaths(QStandardPaths::StandardLocation directory, Utility::Domain domain)
+{
+    const QString users = QStandardPaths::writableLocation(directory);
+    if (domain == Utility::UserDomain) // a relative one, which XDG forbids, would lie wherever we were started
+        return QDir::isAbsolutePath(users) ? QStringList(users) : QStringList();
+    QStringList shared = QStandardPaths::standardLocations(directory);
+    shared.removeAll(users);
+    return shared;
+}
+} // namespace
+
+std::optional<QString> Utility::findOrCreateDirectory(QStandardPaths::StandardLocation directory, Domain domain,
+                                                      const std::optional<QString> &pathComponent, FileError *error)
+{
+    const QStringList paths = searchPaths(directory, domain);
+    if (paths.isEmpty())
+        return std::nullopt;
+    const QString path = pathComponent ? paths.constFirst() + u'/' + *pathComponent : paths.constFirst();
+    const FileError failure = FileManager::createDirectory(toPath(path), true);
+    if (error)
+        *error = failure;
+    return failure ? std::nullopt : std::optional(path);
+}
+
+std::optional<QString> Utility::WayfarInstallerFolder()
+{
+    FileError error;
+    const auto folder =
+        findOrCreateDirectory(QStandardPaths::GenericDataLocation, UserDomain, u"WayfarInstaller"_s, &error);
+    if (error)
+        SystemLog::write(
+            Text::filled(u"Unable to find or create application support directory:\n%@", {error.description}));
+    return folder;
+}

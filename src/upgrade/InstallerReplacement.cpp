@@ -1,0 +1,29 @@
+#include "upgrade/InstallerReplacement.h"
+
+#include "pack/ArchiveExtraction.h"
+#include "places/BundleFolder.h"
+#include "places/SupportFolder.h"
+
+NewBundle NewBundle::of(const QString &version, const OptionalPath &unpackFolder, const QString &runningBundle)
+{
+    const OptionalPath name = BundleFolder::nameOf(version);
+    if (!name)
+        return {};
+    return {unpackFolder ? OptionalPath(*unpackFolder / *name) : std::nullopt,
+            toPath(runningBundle).parent_path() / *name};
+}
+
+NewBundle InstallerReplacement::unpack(const QString &version, const QString &runningBundle)
+{
+    const OptionalPath folder = SupportFolder::installerExtraction();
+    ArchiveExtraction::unpackOver(SupportFolder::download(), folder);
+    return NewBundle::of(version, folder, runningBundle);
+}
+
+std::optional<PrivilegedOutcome> InstallerReplacement::move(const FilePath &source, const FilePath &destination,
+                                                            ScriptRunner &runner)
+{
+    if (FileManager::moveItem(source, destination).code != FileError::NoWritePermission)
+        return std::nullopt; // moved, or a failure that a password would not help
+    return PrivilegedRun::run(runner, "cp -r '%@' '%@'", {source, destination});
+}

@@ -1,0 +1,37 @@
+#include "windows/ShownState.h"
+
+void ShownState::setCurrentVersion(const std::optional<QString> &version)
+{
+    store(m_currentVersion, version);
+    Q_EMIT currentVersionChanged();
+}
+
+void ShownState::setUpdateVersion(const std::optional<QString> &version)
+{
+    store(m_updateVersion, version);
+    Q_EMIT updateVersionChanged();
+}
+
+void ShownState::setButtonText(const std::optional<QString> &text)
+{
+    store(m_buttonText, text);
+    Q_EMIT buttonTextChanged();
+}
+
+void ShownState::setStatusStr(const std::optional<QString> &text)
+{
+    store(m_statusStr, text);
+    Q_EMIT statusStrChanged();
+}
+
+void ShownState::setUpdateProgressbar(double percentage)
+{
+    store(m_updateProgressbar, percentage);
+    Q_EMIT updateProgressbarChanged();
+}
+
+void ShownState::setUpdateNotStarted(bool notStarted)
+{
+    store(m_updateNotStarted, notStarted);
+    Q_EMIT updateNotStartedChanged();
+}

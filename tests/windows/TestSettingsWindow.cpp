@@ -1,0 +1,397 @@
+#include "windows/SettingsWindow.h"
+
+#include "controls/ElidedLabel.h"
+#include "controls/Theme.h"
+#include "places/Preferences.h"
+#include "support/DarkDesktop.h"
+#include "support/TestWorld.h"
+
+#include <QCheckBox>
+#include <QClipboard>
+#include <QGuiApplication>
+#include <QJsonDocument>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPointer>
+#include <QPushButton>
+#include <QSignalSpy>
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+
+// The widget alone, by keyboard; it belongs to nobody and deletes itself.
+class TestSettingsWindow : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+    void cleanup();
+
+    void itOpensWithWhatIsStored();
+    void itOpensOnEmptyPreferencesWithoutWriting();
+    void everyKeystrokeIsStoredAtOnce_data();
+    void everyKeystrokeIsStoredAtOnce();
+    void aPastedTextIsStoredAtOnce();
+    void anEmptiedFieldIsStoredAsEmpty();
+    void theCheckBoxStoresABooleanAtOnce();
+    void showingStoredValuesWritesNothing();
+    void thePasswordIsHiddenUntilItIsAskedFor();
+    void tabWalksFromTopToBottom();
+    void namesSayWhatAControlIsFor_data();
+    void namesSayWhatAControlIsFor();
+    void labelsLeadToTheirFields_data();
+    void labelsLeadToTheirFields();
+    void theRepairButtonSaysWhatItDeletes();
+    void buttonsReportTheirPress_data();
+    void buttonsReportTheirPress();
+    void aBrowseButtonNamesItsPreference_data();
+    void aBrowseButtonNamesItsPreference();
+    void returnIsOkAndEscapeIsCancel_data();
+    void returnIsOkAndEscapeIsCancel();
+    void returnOnAButtonPressesItAndNotOk_data();
+    void returnOnAButtonPressesItAndNotOk();
+    void theTitleBarOnlyCloses();
+    void itFollowsAChangeToDarkAndBack();
+
+private:
+    void open();
+    template<typename Control = QPushButton> Control *control(const QString &name) const
+    {
+        return m_window->findChild<Control *>(name);
+    }
+    QJsonValue stored(const QString &key) const { return m_world->defaults().objectForKey(key); }
+    QJsonValue onDisk(const QString &key) const
+    {
+        return QJsonDocument::fromJson(m_world->read(m_world->preferencesFile())).object().value(key);
+    }
+
+    std::unique_ptr<TestWorld> m_world;
+    QPointer<SettingsWindow> m_window;
+};
+
+void TestSettingsWindow::init()
+{
+    m_world = std::make_unique<TestWorld>();
+}
+
+void TestSettingsWindow::cleanup()
+{
+    delete m_window;
+}
+
+void TestSettingsWindow::open()
+{
+    m_window = new SettingsWindow(m_world->defaults(), nullptr);
+    m_window->show();
+    QVERIFY(QTest::qWaitForWindowActive(m_window));
+}
+
+void TestSettingsWindow::itOpensWithWhatIsStored()
+{
+    UserDefaults &defaults = m_world->defaults();
+    defaults.setObject(Preferences::userName.key, u"anna"_s);
+    defaults.setObject(Preferences::password.key, u"secret"_s);
+    defaults.setObject(Preferences::autoLaunch.key, true);
+    const QString launcher = u"/a long way/"_s.repeated(30) + u"World of Warcraft Launcher.app"_s;
+    defaults.setObject(Preferences::launchPath.key, launcher);
+    open();
+    QCOMPARE(control<QLineEdit>(u"userNameField"_s)->text(), u"anna"_s);
+    QCOMPARE(control<QLineEdit>(u"passwordField"_s)->text(), u"secret"_s);
+    QVERIFY(control<QCheckBox>(u"autoLaunchBox"_s)->isChecked());
+    QCOMPARE(control<ElidedLabel>(u"installPathLabel"_s)->text(), m_world->gameFolder());
+    QCOMPARE(control<ElidedLabel>(u"launchPathLabel"_s)->text(), launcher);
+}
+
+void TestSettingsWindow::itOpensOnEmptyPreferencesWithoutWriting()
+{
+    m_world->write(m_world->preferencesFile(), "{}");
+    m_world->defaults().synchronize();
+    open();
+    QCOMPARE(control<QLineEdit>(u"userNameField"_s)->text(), QString());
+    QCOMPARE(control<QLineEdit>(u"passwordField"_s)->text(), QString());
+    QVERIFY(!control<QCheckBox>(u"autoLaunchBox"_s)->isChecked());
+    QCOMPARE(control<ElidedLabel>(u"installPathLabel"_s)->text(), u"/Applications/World of Warcraft"_s);
+    QCOMPARE(control<ElidedLabel>(u"launchPathLabel"_s)->text(), u"not chosen yet"_s);
+    QCOMPARE(m_world->defaults().dictionaryRepresentation(), QJsonObject());
+    QCOMPARE(m_world->read(m_world->preferencesFile()), QByteArray("{}"));
+}
+
+void TestSettingsWindow::everyKeystrokeIsStoredAtOnce_data()
+{
+    QTest::addColumn<QString>("field");
+    QTest::addColumn<QString>("key");
+    QTest::newRow("user name") << u"userNameField"_s << u"wayfaruser"_s;
+    QTest::newRow("password") << u"passwordField"_s << u"wayfarpasswd"_s;
+}
+
+void TestSettingsWindow::everyKeystrokeIsStoredAtOnce()
+{
+    QFETCH(const QString, field);
+    QFETCH(const QString, key);
+    open();
+    auto *const edit = control<QLineEdit>(field);
+    edit->setFocus();
+    QString typed;
+    for (const QChar character : u" a&\"ü"_s) {
+        QTest::sendKeyEvent(QTest::Click, edit, Qt::Key_unknown, QString(character), Qt::NoModifier);
+        typed += character;
+        QCOMPARE(stored(key), QJsonValue(typed));
+        QCOMPARE(onDisk(key), QJsonValue(typed));
+    }
+    QTest::keyClick(edit, Qt::Key_Backspace);
+    QCOMPARE(onDisk(key), QJsonValue(u" a&\""_s));
+}
+
+void TestSettingsWindow::aPastedTextIsStoredAtOnce()
+{
+    open();
+    QGuiApplication::clipboard()->setText(u"pasted"_s);
+    control<QLineEdit>(u"passwordField"_s)->setFocus();
+    QTest::keyClick(control<QLineEdit>(u"passwordField"_s), Qt::Key_V, Qt::ControlModifier);
+    QCOMPARE(onDisk(u"wayfarpasswd"_s), QJsonValue(u"pasted"_s));
+}
+
+void TestSettingsWindow::anEmptiedFieldIsStoredAsEmpty()
+{
+    m_world->defaults().setObject(Preferences::userName.key, u"anna"_s);
+    open();
+    auto *const edit = control<QLineEdit>(u"userNameField"_s);
+    edit->selectAll();
+    QTest::keyClick(edit, Qt::Key_Delete);
+    QCOMPARE(onDisk(u"wayfaruser"_s), QJsonValue(QString()));
+}
+
+void TestSettingsWindow::theCheckBoxStoresABooleanAtOnce()
+{
+    open();
+    auto *const box = control<QCheckBox>(u"autoLaunchBox"_s);
+    box->setFocus();
+    QTest::keyClick(box, Qt::Key_Space);
+    QCOMPARE(onDisk(u"autoLaunch"_s), QJsonValue(true));
+    QTest::keyClick(box, Qt::Key_Space);
+    QCOMPARE(onDisk(u"autoLaunch"_s), QJsonValue(false));
+}
+
+void TestSettingsWindow::showingStoredValuesWritesNothing()
+{
+    open();
+    UserDefaults elsewhere; // another process's
+    elsewhere.setObject(Preferences::userName.key, u"berta"_s);
+    elsewhere.setObject(Preferences::autoLaunch.key, true);
+    m_world->defaults().synchronize();
+    const QByteArray before = m_world->read(m_world->preferencesFile());
+    m_window->showStored();
+    QCOMPARE(control<QLineEdit>(u"userNameField"_s)->text(), u"berta"_s);
+    QVERIFY(control<QCheckBox>(u"autoLaunchBox"_s)->isChecked());
+    QCOMPARE(m_world->read(m_world->preferencesFile()), before);
+}
+
+void TestSettingsWindow::thePasswordIsHiddenUntilItIsAskedFor()
+{
+    m_world->defaults().setObject(Preferences::password.key, u"secret"_s);
+    open();
+    const auto *const field = control<QLineEdit>(u"passwordField"_s);
+    auto *const toggle = control(u"showPasswordButton"_s);
+    QCOMPARE(field->echoMode(), QLineEdit::Password);
+    QVERIFY(!field->displayText().contains(u's'));
+    QCOMPARE(toggle->accessibleName(), u"Show password"_s);
+    toggle->setFocus();
+    QTest::keyClick(toggle, Qt::Key_Space);
+    QCOMPARE(field->displayText(), u"secret"_s);
+    QCOMPARE(toggle->accessibleName(), u"Hide password"_s);
+    QCOMPARE(toggle->text(), u"Hide"_s);
+    QTest::keyClick(toggle, Qt::Key_Space);
+    QCOMPARE(field->echoMode(), QLineEdit::Password);
+    QCOMPARE(toggle->text(), u"Show"_s);
+}
+
+void TestSettingsWindow::tabWalksFromTopToBottom()
+{
+    open();
+    const QStringList order = {
+        u"userNameField"_s,    u"passwordField"_s, u"showPasswordButton"_s, u"installPathButton"_s, u"detectButton"_s,
+        u"launchPathButton"_s, u"autoLaunchBox"_s, u"okButton"_s,           u"cancelButton"_s,      u"repairButton"_s};
+    for (const QString &name : order) {
+        QVERIFY(QApplication::focusWidget());
+        QCOMPARE(QApplication::focusWidget()->objectName(), name);
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
+    }
+    QCOMPARE(QApplication::focusWidget()->objectName(), order.first());
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Backtab);
+    QCOMPARE(QApplication::focusWidget()->objectName(), order.last());
+}
+
+void TestSettingsWindow::namesSayWhatAControlIsFor_data()
+{
+    QTest::addColumn<QString>("control");
+    QTest::addColumn<QString>("name");
+    QTest::newRow("user name") << u"userNameField"_s << u"User name"_s;
+    QTest::newRow("password") << u"passwordField"_s << u"Password"_s;
+    QTest::newRow("automatic launch") << u"autoLaunchBox"_s << u"Start the game automatically"_s;
+    QTest::newRow("game folder") << u"installPathButton"_s << u"Choose game folder"_s;
+    QTest::newRow("launcher") << u"launchPathButton"_s << u"Choose launcher"_s;
+    QTest::newRow("detect") << u"detectButton"_s << u"Detect"_s;
+    QTest::newRow("repair") << u"repairButton"_s << u"Repair"_s;
+    QTest::newRow("OK") << u"okButton"_s << u"OK"_s;
+    QTest::newRow("Cancel") << u"cancelButton"_s << u"Cancel"_s;
+}
+
+void TestSettingsWindow::namesSayWhatAControlIsFor()
+{
+    QFETCH(const QString, control);
+    QFETCH(const QString, name);
+    open();
+    const auto *const widget = m_window->findChild<QWidget *>(control);
+    QCOMPARE(widget->accessibleName(), name);
+    if (const auto *const button = qobject_cast<const QAbstractButton *>(widget))
+        QCOMPARE(button->text().remove(u'&'), name);
+}
+
+void TestSettingsWindow::labelsLeadToTheirFields_data()
+{
+    QTest::addColumn<QString>("label");
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<Qt::Key>("mnemonic");
+    QTest::addColumn<QString>("field");
+    QTest::newRow("user name") << u"userNameLabel"_s << u"User name"_s << Qt::Key_U << u"userNameField"_s;
+    QTest::newRow("password") << u"passwordLabel"_s << u"Password"_s << Qt::Key_P << u"passwordField"_s;
+}
+
+void TestSettingsWindow::labelsLeadToTheirFields()
+{
+    QFETCH(const QString, label);
+    QFETCH(const QString, text);
+    QFETCH(const Qt::Key, mnemonic);
+    QFETCH(const QString, field);
+    open();
+    control(u"okButton"_s)->setFocus();
+    QCOMPARE(control<QLabel>(label)->text().remove(u'&'), text);
+    QTest::keyClick(m_window, mnemonic, Qt::AltModifier);
+    QVERIFY(control<QLineEdit>(field)->hasFocus());
+}
+
+void TestSettingsWindow::theRepairButtonSaysWhatItDeletes()
+{
+    open();
+    const QString tip = control(u"repairButton"_s)->toolTip();
+    for (const QString &name : {u"\"Trailbook\""_s, u"\"Trailbook.lua\""_s, u"\"Trailbook.lua.bak\""_s})
+        QVERIFY2(tip.contains(name), qPrintable(name));
+}
+
+void TestSettingsWindow::buttonsReportTheirPress_data()
+{
+    QTest::addColumn<QString>("button");
+    QTest::addColumn<QByteArray>("signal");
+    QTest::newRow("detect") << u"detectButton"_s << QByteArray(SIGNAL(detectPressed()));
+    QTest::newRow("repair") << u"repairButton"_s << QByteArray(SIGNAL(repairPressed()));
+    QTest::newRow("OK") << u"okButton"_s << QByteArray(SIGNAL(okayPressed()));
+    QTest::newRow("Cancel") << u"cancelButton"_s << QByteArray(SIGNAL(cancelPressed()));
+}
+
+void TestSettingsWindow::buttonsReportTheirPress()
+{
+    QFETCH(const QString, button);
+    QFETCH(const QByteArray, signal);
+    open();
+    const QSignalSpy presses(m_window, signal.constData());
+    control(button)->setFocus();
+    QTest::keyClick(control(button), Qt::Key_Space);
+    QCOMPARE(presses.size(), 1);
+    QVERIFY(m_window->isVisible()); // what follows is the owner's business
+}
+
+void TestSettingsWindow::aBrowseButtonNamesItsPreference_data()
+{
+    QTest::addColumn<QString>("button");
+    QTest::addColumn<QString>("key");
+    QTest::newRow("game folder") << u"installPathButton"_s << u"installPath"_s;
+    QTest::newRow("launcher") << u"launchPathButton"_s << u"launchPath"_s;
+}
+
+void TestSettingsWindow::aBrowseButtonNamesItsPreference()
+{
+    QFETCH(const QString, button);
+    QFETCH(const QString, key);
+    open();
+    const QSignalSpy presses(m_window, &SettingsWindow::browsePressed);
+    control(button)->setFocus();
+    QTest::keyClick(control(button), Qt::Key_Space);
+    QCOMPARE(presses.size(), 1);
+    QCOMPARE(presses.first().first().value<QObject *>()->property("buttonType").toString(), key);
+}
+
+void TestSettingsWindow::returnIsOkAndEscapeIsCancel_data()
+{
+    QTest::addColumn<QString>("focus");
+    QTest::newRow("in the user name") << u"userNameField"_s;
+    QTest::newRow("in the password") << u"passwordField"_s;
+    QTest::newRow("on the check box") << u"autoLaunchBox"_s;
+}
+
+void TestSettingsWindow::returnIsOkAndEscapeIsCancel()
+{
+    QFETCH(const QString, focus);
+    open();
+    auto *const widget = m_window->findChild<QWidget *>(focus);
+    widget->setFocus();
+    const QSignalSpy okays(m_window, &SettingsWindow::okayPressed);
+    const QSignalSpy cancels(m_window, &SettingsWindow::cancelPressed);
+    QTest::keyClick(widget, Qt::Key_Return);
+    QCOMPARE(okays.size(), 1);
+    QCOMPARE(cancels.size(), 0);
+    QTest::keyClick(widget, Qt::Key_Escape);
+    QCOMPARE(okays.size(), 1);
+    QCOMPARE(cancels.size(), 1);
+}
+
+void TestSettingsWindow::returnOnAButtonPressesItAndNotOk_data()
+{
+    QTest::addColumn<QString>("button");
+    for (const QString &name : {u"cancelButton"_s, u"repairButton"_s, u"detectButton"_s, u"showPasswordButton"_s,
+                                u"installPathButton"_s, u"launchPathButton"_s})
+        QTest::newRow(qPrintable(name)) << name;
+}
+
+void TestSettingsWindow::returnOnAButtonPressesItAndNotOk()
+{
+    QFETCH(const QString, button);
+    open();
+    QPushButton *const pressed = control(button);
+    for (const Qt::Key key : {Qt::Key_Return, Qt::Key_Enter}) {
+        pressed->setFocus();
+        const QSignalSpy okays(m_window, &SettingsWindow::okayPressed);
+        const QSignalSpy presses(pressed, &QPushButton::clicked);
+        QTest::keyClick(pressed, key);
+        QCOMPARE(presses.size(), 1);
+        QCOMPARE(okays.size(), 0);
+    }
+    control<QLineEdit>(u"userNameField"_s)->setFocus(); // and there it is OK again
+    const QSignalSpy okays(m_window, &SettingsWindow::okayPressed);
+    const QSignalSpy presses(pressed, &QPushButton::clicked);
+    QTest::keyClick(m_window->focusWidget(), Qt::Key_Return);
+    QCOMPARE(okays.size(), 1);
+    QCOMPARE(presses.size(), 0);
+}
+
+void TestSettingsWindow::theTitleBarOnlyCloses()
+{
+    open();
+    const QSignalSpy okays(m_window, &SettingsWindow::okayPressed);
+    const QSignalSpy cancels(m_window, &SettingsWindow::cancelPressed);
+    const QSignalSpy closings(m_window, &SettingsWindow::closing);
+    m_window->windowHandle()->close(); // as the desktop does it
+    QCOMPARE(closings.size(), 1);
+    QCOMPARE(okays.size(), 0);
+    QCOMPARE(cancels.size(), 0);
+    QTRY_VERIFY(!m_window);
+}
+
+void TestSettingsWindow::itFollowsAChangeToDarkAndBack()
+{
+    open();
+    verifyFollowsTheDesktop(*m_window);
+}
+
+QTEST_MAIN(TestSettingsWindow)
+#include "TestSettingsWindow.moc"

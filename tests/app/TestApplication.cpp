@@ -1,3 +1,4 @@
+#include "support/Answers.h"
 #include "support/TestWorld.h"
 
 #include "app/Application.h"
@@ -46,14 +47,6 @@ void whenever(QObject &context, const std::function<bool()> &condition, const st
         }
     });
     timer->start(5);
-}
-
-VendorAnswer silence()
-{
-    VendorAnswer answer;
-    answer.body = "page";
-    answer.stallAfter = -1;
-    return answer;
 }
 
 // The main window is made in the same breath, just before the worker.

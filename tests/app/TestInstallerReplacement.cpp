@@ -75,7 +75,7 @@ void TestInstallerReplacement::theNewBundleStandsBesideTheRunningOneAndIsStarted
     QVERIFY(QFile::exists(m_test->runningBundle() + u"/AppRun"_s));
     QVERIFY(!QFile::exists(m_test->unpacked(u"1.3.0"_s))); // moved
     QVERIFY(QFile::exists(m_test->updateFolder()));
-    QVERIFY(QFile::exists(m_test->archivePath()));
+    QVERIFY(QFile::exists(m_test->world.archive()));
 }
 
 void TestInstallerReplacement::aMissingUpdateFolderIsMade()
@@ -174,10 +174,9 @@ void TestInstallerReplacement::anArchiveWithoutTheBundleLeavesEverything_data()
         {"none", std::nullopt},
         {"cut off", whole.left(20)},
         {"another version's bundle", Replacement::archiveOf(u"1.3"_s)},
-        {"one level down",
-         Replacement::zip(u"mkdir -p top/WayfarRoutes_1.3.0.app; : >top/WayfarRoutes_1.3.0.app/AppRun"_s)},
-        {"another letter case", Replacement::zip(u"mkdir wayfarroutes_1.3.0.app"_s)},
-        {"only its content", Replacement::zip(u": >AppRun"_s)},
+        {"one level down", zipOf("mkdir -p top/WayfarRoutes_1.3.0.app; : >top/WayfarRoutes_1.3.0.app/AppRun")},
+        {"another letter case", zipOf("mkdir wayfarroutes_1.3.0.app")},
+        {"only its content", zipOf(": >AppRun")},
     };
     for (const auto &[name, archive] : archives) {
         QTest::addRow("%s", name) << archive << false;

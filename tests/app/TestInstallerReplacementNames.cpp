@@ -79,7 +79,7 @@ private:
 void TestInstallerReplacementNames::init()
 {
     m_test = std::make_unique<Replacement>();
-    m_test->world.write(m_test->archivePath(), Replacement::zip(u": >readme"_s));
+    m_test->world.write(m_test->world.archive(), zipOf(": >readme"));
     m_test->world.write(m_test->updateFolder() + u"/readme"_s, "");
     // What a version with slashes in it would reach: the folders that make its way, and what stands at its end.
     for (const QString &folder : {m_test->updateFolder(), m_test->applicationFolder()}) {

@@ -1,3 +1,4 @@
+#include "support/Answers.h"
 #include "support/Program.h"
 
 #include "controls/ImageView.h"
@@ -12,14 +13,6 @@ using namespace Qt::StringLiterals;
 
 namespace
 {
-VendorAnswer silence()
-{
-    VendorAnswer answer;
-    answer.body = "PK";
-    answer.stallAfter = -1;
-    return answer;
-}
-
 // The single shots of five seconds, each a timer of a child of the dispatcher. One whose receiver is gone stays until
 // its time has come, and then does nothing.
 QSet<int> fiveSecondTimers()

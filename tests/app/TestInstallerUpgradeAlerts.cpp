@@ -1,3 +1,4 @@
+#include "support/Answers.h"
 #include "support/Program.h"
 
 #include "controls/AlertWindow.h"
@@ -15,14 +16,6 @@ using namespace Qt::StringLiterals;
 
 namespace
 {
-VendorAnswer silence()
-{
-    VendorAnswer answer;
-    answer.body = "PK";
-    answer.stallAfter = -1;
-    return answer;
-}
-
 // Answers a real alert from inside its event loop.
 class Player : public QObject
 {

@@ -50,7 +50,7 @@ private:
     }
     void verifyFailure();
     QByteArray bundleArchive() const { return m_world->zip({{u"WayfarRoutes_1.3.0.app/AppRun"_s, "#!/bin/sh\n"}}); }
-    QString archive() const { return m_world->supportFolder() + u"/download.zip"_s; }
+    QString archive() const { return m_world->archive(); }
     QString application(const QString &name) const { return m_world->path(u"applications/"_s + name); }
 
     std::unique_ptr<TestWorld> m_world;

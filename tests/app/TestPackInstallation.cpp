@@ -243,7 +243,7 @@ void TestPackInstallation::anErrorPageLeavesTheButtonAtUpdate()
 {
     m_test->world.vendor().setPackVersion("2");
     m_test->world.installPack("1");
-    m_test->world.write(m_test->download(), "<html>500</html>");
+    m_test->world.write(m_test->world.archive(), "<html>500</html>");
     m_test->program.delegate.downloadFinishedWithResult(true);
     QCOMPARE(m_test->statuses, QStringList{Installing});
     QCOMPARE(m_test->program.delegate.currentVersion(), u"1"_s);
@@ -254,7 +254,7 @@ void TestPackInstallation::anUpdateEndsWithPlay()
 {
     m_test->world.vendor().setPackVersion("2");
     m_test->world.installPack("1");
-    m_test->world.write(m_test->download(), zipOf(NewPack));
+    m_test->world.write(m_test->world.archive(), zipOf(NewPack));
     m_test->program.delegate.downloadFinishedWithResult(true);
     QCOMPARE(m_test->statuses, (QStringList{Installing, Installed}));
     QCOMPARE(m_test->program.delegate.currentVersion(), u"2"_s);
@@ -275,7 +275,7 @@ void TestPackInstallation::archiveAndExtractionFolderStay()
 {
     const QByteArray archive = zipOf(NewPack);
     m_test->install(archive);
-    QCOMPARE(m_test->world.read(m_test->download()), archive);
+    QCOMPARE(m_test->world.read(m_test->world.archive()), archive);
     QCOMPARE(m_test->world.read(m_test->extracted(u"Trailbook/New.lua"_s)), QByteArray("new\n"));
 }
 

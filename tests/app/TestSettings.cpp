@@ -105,15 +105,7 @@ void TestSettings::theSnapshotHoldsEveryVisibleKey()
                    R"({"wayfaruser": "site", "other": true})");
     UserDefaults defaults;
     defaults.setObject(u"unknown"_s, u"kept"_s);
-    AppDelegate delegate({m_world->site(),
-                          defaults,
-                          m_world->loader(),
-                          m_program->workspace,
-                          m_program->alert,
-                          m_program->administrator,
-                          [] {},
-                          [](int) {},
-                          {}});
+    AppDelegate delegate(m_program->surroundings(*m_world, defaults));
     QCOMPARE(delegate.settingsOldValue(), QJsonObject());
     delegate.openSettings();
     QCOMPARE(delegate.settingsOldValue(),
@@ -183,15 +175,7 @@ void TestSettings::cancelStoresSystemWideValuesAsTheUsersOwn()
 {
     m_world->write(m_world->path(u"etc/WayfarInstaller/preferences.json"_s), R"({"autoLaunch": true})");
     UserDefaults defaults;
-    AppDelegate delegate({m_world->site(),
-                          defaults,
-                          m_world->loader(),
-                          m_program->workspace,
-                          m_program->alert,
-                          m_program->administrator,
-                          [] {},
-                          [](int) {},
-                          {}});
+    AppDelegate delegate(m_program->surroundings(*m_world, defaults));
     delegate.openSettings();
     QVERIFY(!usersOwn().contains(u"autoLaunch"_s));
     delegate.cancelSettings();

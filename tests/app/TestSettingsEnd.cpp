@@ -38,8 +38,7 @@ private:
     }
 
     std::unique_ptr<TestWorld> m_world;
-    RecordingWorkspace m_workspace;
-    Administrator m_administrator;
+    StandIns m_standIns;
     AlertWindow m_alert;
     std::unique_ptr<AppDelegate> m_delegate;
 };
@@ -49,15 +48,7 @@ void TestSettingsEnd::init()
     m_world = std::make_unique<TestWorld>();
     m_world->goOffline();
     m_world->defaults().setObject(Preferences::userName.key, u"a"_s);
-    m_delegate = std::make_unique<AppDelegate>(Surroundings{m_world->site(),
-                                                            m_world->defaults(),
-                                                            m_world->loader(),
-                                                            m_workspace,
-                                                            m_alert,
-                                                            m_administrator,
-                                                            [] {},
-                                                            [](int) {},
-                                                            {}});
+    m_delegate = std::make_unique<AppDelegate>(m_standIns.surroundings(*m_world, m_world->defaults(), m_alert));
     m_delegate->openSettings();
     QVERIFY(QTest::qWaitForWindowActive(m_delegate->settingsWindow()));
     QTest::keyClicks(control(u"userNameField"_s), u"b"_s);

@@ -1,3 +1,4 @@
+#include "support/Answers.h"
 #include "support/PageScript.h"
 #include "support/Program.h"
 
@@ -38,27 +39,6 @@ private:
     const QEvent::Type m_type;
     const std::function<void()> m_action;
 };
-
-VendorAnswer answerWith(const QByteArray &body)
-{
-    VendorAnswer answer;
-    answer.body = body;
-    return answer;
-}
-
-VendorAnswer silence()
-{
-    VendorAnswer answer = answerWith("page");
-    answer.stallAfter = -1;
-    return answer;
-}
-
-VendorAnswer brokenOff()
-{
-    VendorAnswer answer;
-    answer.resetAfter = -1;
-    return answer;
-}
 
 // Of the requests, those that this test knows.
 QList<QByteArray> knownPaths(const VendorServer &vendor)

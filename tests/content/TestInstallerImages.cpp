@@ -1,3 +1,4 @@
+#include "support/Answers.h"
 #include "support/TestWorld.h"
 
 #include "content/InstallerImages.h"
@@ -38,12 +39,6 @@ const QByteArray gif = QByteArray::fromHex("47494638396101000100800000000000ffff
 const QByteArray svg = "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"120\" height=\"30\">"
                        "<rect width=\"120\" height=\"30\" fill=\"red\"/></svg>";
 
-VendorAnswer answerWith(const QByteArray &body)
-{
-    VendorAnswer answer;
-    answer.body = body;
-    return answer;
-}
 } // namespace
 
 class TestInstallerImages : public QObject

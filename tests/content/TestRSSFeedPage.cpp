@@ -1,4 +1,5 @@
 #include "FeedPages.h"
+#include "support/Answers.h"
 #include "support/FullDisk.h"
 #include "support/TestWorld.h"
 
@@ -26,12 +27,6 @@ QByteArray bytesOf(const QString &page)
     return bytes;
 }
 
-VendorAnswer answerWith(const QByteArray &body)
-{
-    VendorAnswer answer;
-    answer.body = body;
-    return answer;
-}
 } // namespace
 
 // From the vendor to the file.

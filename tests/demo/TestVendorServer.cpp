@@ -1,4 +1,5 @@
 #include "demo/VendorServer.h"
+#include "support/Answers.h"
 
 #include <QElapsedTimer>
 #include <QSslConfiguration>
@@ -149,13 +150,6 @@ public:
 
     QSslSocket socket;
 };
-
-VendorAnswer answerWith(const QByteArray &body)
-{
-    VendorAnswer answer;
-    answer.body = body;
-    return answer;
-}
 
 QByteArray manyBytes(qsizetype size)
 {

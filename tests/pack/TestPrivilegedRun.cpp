@@ -1,3 +1,4 @@
+#include "support/Scripts.h"
 #include "support/StandIns.h"
 
 #include "pack/PrivilegedRun.h"
@@ -17,10 +18,6 @@ const QByteArray Find = "find '%@' -type f -name 'Trailbook.lua' -exec rm {} + &
                         "find '%@' -type f -name 'Trailbook.lua.bak' -exec rm {} +";
 const QByteArray RemoveTwo = "rm -rf '%@'  && rm -rf '%@'";
 
-QByteArray scriptOf(const QByteArray &command)
-{
-    return "do shell script \"" + command + "\" with administrator privileges";
-}
 } // namespace
 
 class TestPrivilegedRun : public QObject

@@ -64,7 +64,7 @@ private Q_SLOTS:
     void theCountersAreZeroBeforeTheFirstResponse();
 
 private:
-    QString archive() const { return m_world->supportFolder() + u"/download.zip"_s; }
+    QString archive() const { return m_world->archive(); }
     void answer(const VendorAnswer &answer) { m_world->vendor().setAnswer("/api/dlGuide", answer); }
     void makeInstaller(); // with the world's loader of now
     // Runs the download to its end; true when there was exactly one.

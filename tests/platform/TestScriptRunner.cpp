@@ -1,4 +1,6 @@
 #include "platform/FileManager.h"
+
+#include "support/Scripts.h"
 #include "platform/ScriptRunner.h"
 
 #include <QFile>
@@ -18,11 +20,6 @@ namespace
 constexpr int NoError = 0;
 const QByteArray Head = "do shell script \"";
 const QByteArray Tail = "\" with administrator privileges";
-
-QByteArray scriptOf(const QByteArray &command)
-{
-    return Head + command + Tail;
-}
 
 int numberOf(const std::optional<ScriptError> &error)
 {

@@ -1,5 +1,7 @@
 #include "platform/ScriptRunner.h"
 
+#include "support/Scripts.h"
+
 #include <QCoreApplication>
 #include <QFile>
 #include <QFileInfo>
@@ -18,11 +20,6 @@ using namespace Qt::StringLiterals;
 
 namespace
 {
-QByteArray scriptOf(const QByteArray &command)
-{
-    return "do shell script \"" + command + "\" with administrator privileges";
-}
-
 int numberOf(const std::optional<ScriptError> &error)
 {
     return error ? error->number : 0;

@@ -10,10 +10,27 @@ inline UrlLoaderSettings networkOf(const VendorServer &vendor, int idleSeconds =
     return {.caFile = vendor.caFile(), .connectTo = vendor.connectTo(), .idleSeconds = idleSeconds};
 }
 
-inline VendorAnswer answerWith(const QByteArray &body)
+inline VendorAnswer answerWith(const QByteArray &body, int status = 200)
 {
     VendorAnswer answer;
     answer.body = body;
+    answer.status = status;
+    return answer;
+}
+
+// Nothing comes, and the connection stays.
+inline VendorAnswer silence()
+{
+    VendorAnswer answer = answerWith("never sent");
+    answer.stallAfter = -1;
+    return answer;
+}
+
+// The connection breaks before the answer.
+inline VendorAnswer brokenOff()
+{
+    VendorAnswer answer;
+    answer.resetAfter = -1;
     return answer;
 }
 

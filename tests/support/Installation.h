@@ -21,14 +21,14 @@ struct Installation {
     void install(const std::optional<QByteArray> &archive)
     {
         if (archive)
-            world.write(download(), *archive);
+            world.write(world.archive(), *archive);
         program.delegate.setStatusStr(QStringLiteral("Installing..."));
         program.delegate.installNewVersion();
     }
     // As a player whom the closed folders refuse.
     void installAsThePlayer(const QByteArray &archive)
     {
-        world.write(download(), archive);
+        world.write(world.archive(), archive);
         giveToPlayer(world.supportFolder());
         const OrdinaryUser player;
         install(std::nullopt);
@@ -46,7 +46,6 @@ struct Installation {
             QProcess::execute(QStringLiteral("chown"), {QStringLiteral("-R"), QStringLiteral("65534"), folder});
     }
 
-    QString download() const { return world.supportFolder() + QStringLiteral("/download.zip"); }
     QString extracted(const QString &name) const
     {
         return world.supportFolder() + QStringLiteral("/installer/") + name;

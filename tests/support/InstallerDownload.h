@@ -32,7 +32,6 @@ struct InstallerDownload : InstallerUpgradeDelegate {
         return QTest::qWaitFor([this] { return !results.isEmpty(); }, 10000) && results.size() == 1;
     }
 
-    QString archive() const { return world.supportFolder() + QStringLiteral("/download.zip"); }
     RecordingProgressWindow &window() const
     {
         return static_cast<RecordingProgressWindow &>(*upgrade->progressWindow());

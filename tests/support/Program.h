@@ -10,14 +10,33 @@
 #include <QAbstractButton>
 #include <QTest>
 
-// The real delegate with its real windows in a TestWorld; stand-ins for the player's answers, the browser, the game,
-// the administrator and the end. Needs a QApplication.
-struct Program {
-    // world is borrowed.
-    explicit Program(TestWorld &world)
-        : delegate({world.site(), world.defaults(), world.loader(), workspace, alert, administrator,
-                    [this] { ++terminations; }, [this](int status) { exitStatus = status; },
-                    world.path(QStringLiteral("applications/WayfarRoutes_1.2.6.app"))})
+// Stand-ins for the player's answers, the browser, the game, the administrator and the end.
+struct StandIns {
+    Surroundings surroundings(TestWorld &world, UserDefaults &defaults) { return surroundings(world, defaults, alert); }
+    Surroundings surroundings(TestWorld &world, UserDefaults &defaults, Alert &shownAlert)
+    {
+        return {.site = world.site(),
+                .defaults = defaults,
+                .loader = world.loader(),
+                .workspace = workspace,
+                .alert = shownAlert,
+                .scriptRunner = administrator,
+                .terminate = [this] { ++terminations; },
+                .exit = [this](int status) { exitStatus = status; },
+                .bundlePath = world.path(QStringLiteral("applications/WayfarRoutes_1.2.6.app"))};
+    }
+
+    RecordingWorkspace workspace;
+    RecordingAlert alert;
+    Administrator administrator;
+    int terminations = 0;
+    std::optional<int> exitStatus; // of the end at once; where the real one would not return, this does
+};
+
+// The real delegate with its real windows in a TestWorld. Needs a QApplication.
+struct Program : StandIns {
+    explicit Program(TestWorld &world) // borrowed
+        : delegate(surroundings(world, world.defaults()))
     {
         QCoreApplication::setApplicationVersion(QStringLiteral("1.2.6")); // what the vendor publishes: no upgrade
     }
@@ -34,10 +53,5 @@ struct Program {
         return delegate.window()->findChild<Control *>(QString::fromLatin1(name));
     }
 
-    RecordingWorkspace workspace;
-    RecordingAlert alert;
-    Administrator administrator;
-    int terminations = 0;
-    std::optional<int> exitStatus; // of the end at once; where the real one would not return, this does
     AppDelegate delegate;
 };

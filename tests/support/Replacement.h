@@ -85,7 +85,7 @@ public:
     void install(const QString &version, const std::optional<QByteArray> &archive)
     {
         if (archive)
-            world.write(archivePath(), *archive);
+            world.write(world.archive(), *archive);
         delegate.setVersionValue(version);
         delegate.installUpdate();
     }
@@ -93,7 +93,7 @@ public:
     void installAsThePlayer(const QString &version, const std::optional<QByteArray> &archive)
     {
         if (archive)
-            world.write(archivePath(), *archive);
+            world.write(world.archive(), *archive);
         const OrdinaryUser player;
         install(version, std::nullopt);
     }
@@ -102,29 +102,15 @@ public:
     // A bundle that leaves a file beside itself when it is started, and whose files say which version they are.
     static QByteArray archiveOf(const QString &version)
     {
-        return zip(QStringLiteral("mkdir -p '%1/usr'; printf '#!/bin/sh\\n: >\"$0.started\"\\n' >'%1/AppRun'; "
-                                  "chmod 755 '%1/AppRun'; printf '%2' >'%1/usr/version'")
-                       .arg(nameOf(version), version));
+        return zipOf(QStringLiteral("mkdir -p '%1/usr'; printf '#!/bin/sh\\n: >\"$0.started\"\\n' >'%1/AppRun'; "
+                                    "chmod 755 '%1/AppRun'; printf '%2' >'%1/usr/version'")
+                         .arg(nameOf(version), version)
+                         .toUtf8());
     }
-    // Of what the shell commands make in an empty folder.
-    static QByteArray zip(const QString &commands)
-    {
-        const QTemporaryDir folder;
-        QProcess shell;
-        shell.setWorkingDirectory(folder.path());
-        shell.start(QStringLiteral("/bin/sh"),
-                    {QStringLiteral("-ec"),
-                     QStringLiteral("mkdir in; cd in; ") + commands + QStringLiteral("\nzip -qry ../made.zip .")});
-        shell.waitForFinished();
-        QFile archive(folder.filePath(QStringLiteral("made.zip")));
-        return archive.open(QIODevice::ReadOnly) ? archive.readAll() : QByteArray();
-    }
-
     static QString nameOf(const QString &version) { return QStringLiteral("WayfarRoutes_%1.app").arg(version); }
     QString applicationFolder() const { return world.path(QStringLiteral("my applications")); }
     QString runningBundle() const { return applicationFolder() + u'/' + nameOf(QStringLiteral("1.2.6")); }
     QString newBundle(const QString &version) const { return applicationFolder() + u'/' + nameOf(version); }
-    QString archivePath() const { return world.supportFolder() + QStringLiteral("/download.zip"); }
     QString updateFolder() const { return world.supportFolder() + QStringLiteral("/update"); }
     QString unpacked(const QString &version) const { return updateFolder() + u'/' + nameOf(version); }
     QByteArray versionIn(const QString &bundle) const { return world.read(bundle + QStringLiteral("/usr/version")); }
@@ -144,8 +130,13 @@ public:
     JournalWorkspace workspace{journal};
     JournalAlert alert{journal};
     JournalAdministrator administrator{journal, applicationFolder()};
-    AppDelegate delegate{{world.site(), world.defaults(), world.loader(), workspace, alert, administrator,
-                          [this] { journal.append(QStringLiteral("terminate")); },
-                          [this](int status) { journal.append(QStringLiteral("exit %1").arg(status)); },
-                          runningBundle()}};
+    AppDelegate delegate{{.site = world.site(),
+                          .defaults = world.defaults(),
+                          .loader = world.loader(),
+                          .workspace = workspace,
+                          .alert = alert,
+                          .scriptRunner = administrator,
+                          .terminate = [this] { journal.append(QStringLiteral("terminate")); },
+                          .exit = [this](int status) { journal.append(QStringLiteral("exit %1").arg(status)); },
+                          .bundlePath = runningBundle()}};
 };

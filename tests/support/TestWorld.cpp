@@ -50,6 +50,11 @@ QString TestWorld::supportFolder() const
     return path(u"data/WayfarInstaller"_s);
 }
 
+QString TestWorld::archive() const
+{
+    return supportFolder() + u"/download.zip"_s;
+}
+
 QString TestWorld::gameFolder() const
 {
     return path(u"game"_s);

@@ -24,6 +24,7 @@ public:
 
     QString path(const QString &below = {}) const; // in the temporary folder
     QString supportFolder() const; // not made
+    QString archive() const; // "download.zip" in it
     QString gameFolder() const; // stored as "installPath"
     QString addOnFolder() const; // gameFolder's, without a trailing slash
     QString preferencesFile() const;

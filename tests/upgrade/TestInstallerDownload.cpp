@@ -1,19 +1,9 @@
+#include "support/Answers.h"
 #include "support/InstallerDownload.h"
 
 #include <QFile>
 
 using namespace Qt::StringLiterals;
-
-namespace
-{
-VendorAnswer answerWith(const QByteArray &body, VendorAnswer::Length length = VendorAnswer::Length::Exact)
-{
-    VendorAnswer answer;
-    answer.body = body;
-    answer.length = length;
-    return answer;
-}
-} // namespace
 
 class TestInstallerDownload : public QObject
 {
@@ -105,19 +95,19 @@ void TestInstallerDownload::itsWindowOpensWithTheVersionAndAnEmptyBar()
 
 void TestInstallerDownload::theOldArchiveGoesAtOnceAndIsAnEmptyFileFromTheResponse()
 {
-    world().write(m_download->archive(), "of an earlier run");
+    world().write(world().archive(), "of an earlier run");
     VendorAnswer answer = answerWith("new");
     answer.stallAfter = 0;
     m_download->answer(answer);
     m_download->start();
     QCOMPARE(upgrade().progress(), 0.0);
-    QVERIFY(!QFile::exists(m_download->archive()));
-    QTRY_VERIFY(QFile::exists(m_download->archive()));
-    QCOMPARE(world().read(m_download->archive()), QByteArray());
+    QVERIFY(!QFile::exists(world().archive()));
+    QTRY_VERIFY(QFile::exists(world().archive()));
+    QCOMPARE(world().read(world().archive()), QByteArray());
     QCOMPARE(upgrade().totalSize(), qint64(3));
     world().vendor().step();
     QVERIFY(m_download->waitForResult());
-    QCOMPARE(world().read(m_download->archive()), "new");
+    QCOMPARE(world().read(world().archive()), "new");
 }
 
 void TestInstallerDownload::thePercentageMovesInWholeSteps()
@@ -130,7 +120,7 @@ void TestInstallerDownload::thePercentageMovesInWholeSteps()
     for (const int percentage : {33, 66, 100}) {
         QTRY_COMPARE(upgrade().progress(), double(percentage));
         QCOMPARE(m_download->window().percentage, percentage);
-        QCOMPARE(world().read(m_download->archive()).size(), upgrade().totalDownloaded()); // each piece is on the disk
+        QCOMPARE(world().read(world().archive()).size(), upgrade().totalDownloaded()); // each piece is on the disk
         world().vendor().step();
     }
     QVERIFY(m_download->waitForResult());
@@ -174,14 +164,14 @@ void TestInstallerDownload::withoutALengthTheFileIsStillWrittenAndReported_data(
 void TestInstallerDownload::withoutALengthTheFileIsStillWrittenAndReported()
 {
     QFETCH(const VendorAnswer::Length, length);
-    m_download->answer(answerWith("seven b", length));
+    m_download->answer(answerOf(length, "seven b"));
     m_download->start();
     QVERIFY(m_download->waitForResult());
     QCOMPARE(m_download->results, QList<bool>{true});
     QCOMPARE(upgrade().totalSize(), qint64(-1));
     QCOMPARE(upgrade().progress(), -700.0);
     QCOMPARE(m_download->window().percentage, -700.0);
-    QCOMPARE(world().read(m_download->archive()), "seven b");
+    QCOMPARE(world().read(world().archive()), "seven b");
 }
 
 void TestInstallerDownload::moreThanAnnouncedIsCutOff()
@@ -193,7 +183,7 @@ void TestInstallerDownload::moreThanAnnouncedIsCutOff()
     QVERIFY(m_download->waitForResult());
     QCOMPARE(m_download->results, QList<bool>{true});
     QCOMPARE(upgrade().progress(), 100.0);
-    QCOMPARE(world().read(m_download->archive()), "seven");
+    QCOMPARE(world().read(world().archive()), "seven");
 }
 
 void TestInstallerDownload::aLengthOfZeroWithDataShowsZero()
@@ -209,7 +199,7 @@ void TestInstallerDownload::aLengthOfZeroWithDataShowsZero()
     QCOMPARE(upgrade().totalDownloaded(), qint64(7));
     QCOMPARE(upgrade().progress(), 0.0);
     QCOMPARE(m_download->window().percentage, 0);
-    QCOMPARE(world().read(m_download->archive()), "seven b");
+    QCOMPARE(world().read(world().archive()), "seven b");
 }
 
 void TestInstallerDownload::anErrorPageIsSavedAndReportedAsDone_data()
@@ -228,7 +218,7 @@ void TestInstallerDownload::anErrorPageIsSavedAndReportedAsDone()
     m_download->start();
     QVERIFY(m_download->waitForResult());
     QCOMPARE(m_download->results, QList<bool>{true});
-    QCOMPARE(world().read(m_download->archive()), "<h1>Sorry</h1>");
+    QCOMPARE(world().read(world().archive()), "<h1>Sorry</h1>");
 }
 
 void TestInstallerDownload::everyByteArrives()
@@ -242,7 +232,7 @@ void TestInstallerDownload::everyByteArrives()
     m_download->answer(answerWith(noise));
     m_download->start();
     QVERIFY(m_download->waitForResult());
-    QVERIFY(world().read(m_download->archive()) == noise);
+    QVERIFY(world().read(world().archive()) == noise);
 }
 
 void TestInstallerDownload::aSecondResponseStartsAfresh()
@@ -251,10 +241,10 @@ void TestInstallerDownload::aSecondResponseStartsAfresh()
     upgrade().connectionDidReceiveData("first");
     upgrade().connectionDidReceiveResponse(20);
     QCOMPARE(upgrade().totalDownloaded(), qint64(0));
-    QCOMPARE(world().read(m_download->archive()), QByteArray());
+    QCOMPARE(world().read(world().archive()), QByteArray());
     upgrade().connectionDidReceiveData("again");
     QCOMPARE(upgrade().progress(), 25.0);
-    QCOMPARE(world().read(m_download->archive()), "again");
+    QCOMPARE(world().read(world().archive()), "again");
 }
 
 void TestInstallerDownload::theRunningTransferKeepsTheUpgrade()

@@ -33,7 +33,7 @@ private:
         m_download->upgrade = m_download->newUpgrade();
         m_download->upgrade->setDelegate(m_download.get());
     }
-    QByteArray archived() const { return m_download->world.read(m_download->archive()); }
+    QByteArray archived() const { return m_download->world.read(m_download->world.archive()); }
     // The failure touches neither the window nor the file.
     void verifyFailure()
     {
@@ -79,11 +79,11 @@ void TestInstallerDownloadFailures::aTransferBrokenAnywhereFailsOnce()
     answer.resetAfter = resetAfter;
     answer.announcedLength = announced;
     m_download->answer(answer);
-    m_download->world.write(m_download->archive(), "of an earlier run");
+    m_download->world.write(m_download->world.archive(), "of an earlier run");
     m_download->start();
     verifyFailure();
     QTEST(archived(), "left");
-    QTEST(QFile::exists(m_download->archive()), "exists");
+    QTEST(QFile::exists(m_download->world.archive()), "exists");
 }
 
 void TestInstallerDownloadFailures::aSilentHostFails_data()
@@ -111,14 +111,14 @@ void TestInstallerDownloadFailures::aSilentHostFails()
 
 void TestInstallerDownloadFailures::aRefusedConnectionFails()
 {
-    m_download->world.write(m_download->archive(), "of an earlier run");
+    m_download->world.write(m_download->world.archive(), "of an earlier run");
     UrlLoaderSettings nowhere = m_download->world.network();
     nowhere.connectTo = {"::127.0.0.1:1"};
     useLoader(nowhere);
     m_download->start();
     QVERIFY(m_download->results.isEmpty());
     verifyFailure();
-    QVERIFY(!QFile::exists(m_download->archive()));
+    QVERIFY(!QFile::exists(m_download->world.archive()));
 }
 
 void TestInstallerDownloadFailures::aStrangersCertificateFails()
@@ -174,7 +174,7 @@ void TestInstallerDownloadFailures::anArchiveThatCannotBeMadeIsNotNoticed()
     m_download->upgrade->connectionDidReceiveData("abc");
     m_download->upgrade->connectionDidReceiveData("def");
     m_download->upgrade->connectionDidFinishLoading();
-    QVERIFY(!QFile::exists(m_download->archive()));
+    QVERIFY(!QFile::exists(m_download->world.archive()));
     QCOMPARE(m_download->results, QList<bool>{true});
     QCOMPARE(m_download->upgrade->progress(), 100.0);
     QCOMPARE(m_download->upgrade->totalDownloaded(), qint64(6));

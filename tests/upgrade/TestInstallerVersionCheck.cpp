@@ -1,3 +1,4 @@
+#include "support/Answers.h"
 #include "support/TestWorld.h"
 
 #include "upgrade/InstallerUpgrade.h"
@@ -8,14 +9,6 @@ using namespace Qt::StringLiterals;
 
 namespace
 {
-VendorAnswer answerWith(const QByteArray &body, int status = 200)
-{
-    VendorAnswer answer;
-    answer.body = body;
-    answer.status = status;
-    return answer;
-}
-
 const QString before = QStringLiteral("as it was");
 } // namespace
 

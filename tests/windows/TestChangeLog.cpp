@@ -1,3 +1,4 @@
+#include "support/Answers.h"
 #include "support/TestWorld.h"
 
 #include "windows/ChangeLog.h"
@@ -20,14 +21,6 @@ using namespace Qt::StringLiterals;
 namespace
 {
 const QByteArray path = "/api/changelog";
-
-VendorAnswer answerWith(const QByteArray &body, int status = 200)
-{
-    VendorAnswer answer;
-    answer.body = body;
-    answer.status = status;
-    return answer;
-}
 
 // Whether the window's text was painted; read from another thread.
 class PaintWatch : public QObject

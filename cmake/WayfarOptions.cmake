@@ -3,7 +3,7 @@ add_library(wayfar_options INTERFACE)
 target_compile_features(wayfar_options INTERFACE cxx_std_20)
 target_include_directories(wayfar_options INTERFACE ${CMAKE_SOURCE_DIR}/src)
 target_compile_options(wayfar_options INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wnon-virtual-dtor
-    -Woverloaded-virtual -Werror)
+    -Woverloaded-virtual)
 target_compile_options(wayfar_options INTERFACE -ffile-prefix-map=${CMAKE_SOURCE_DIR}=.) # the same bytes anywhere
 target_compile_definitions(wayfar_options INTERFACE
     QT_NO_CAST_FROM_ASCII

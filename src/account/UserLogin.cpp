@@ -11,7 +11,7 @@ using namespace Qt::StringLiterals;
 
 namespace
 {
-// A page from an earlier login is never shown again, also where there is no new one.
+// The old page goes also where no new one comes: a stale page must never be shown.
 void replacePage(const OptionalPath &path, const std::optional<QString> &text)
 {
     (void)FileManager::removeItem(path);

@@ -15,7 +15,7 @@ class UserDefaults;
 class UserLogin
 {
 public:
-    // The one instance, made at the first call, which comes before there are two threads to ask for it.
+    // The shared instance. The first call makes it, before the start-up worker exists.
     static UserLogin &loginUser();
 
     // What it works with, borrowed; before the first login.

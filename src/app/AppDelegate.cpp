@@ -99,7 +99,7 @@ void AppDelegate::downloadBanners()
     show(smallImage(), InstallerImages::downloadSmallImage(m_surroundings.loader, m_surroundings.site));
 }
 
-// Always: launchWow decides when it comes to it. The seconds count from here, not from the main window's appearance.
+// On every start: launchWow decides when it is called. The seconds count from here, not from the main window.
 void AppDelegate::armAutomaticLaunch()
 {
     MainThread::performAfter(5s, this, [this] { launchWow(); });
@@ -153,7 +153,7 @@ void AppDelegate::startDownload()
 
 void AppDelegate::getLogs()
 {
-    m_log.reset(); // with its window
+    m_log.reset(); // closes its window
     m_log = std::make_unique<ChangeLog>(m_surroundings.loader, m_surroundings.site);
     m_log->showLogs();
 }
@@ -163,7 +163,7 @@ void AppDelegate::bannerClick()
     m_surroundings.workspace.openURL(QUrl(m_surroundings.site.bannerTarget()));
 }
 
-// Closing the main window while the program quits quits it once more, which is harmless.
+// Also called while the program quits and closes its windows; terminating twice is harmless.
 void AppDelegate::windowWillClose(const QObject *closing)
 {
     if (closing == m_settingsWindow)

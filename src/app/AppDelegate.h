@@ -25,9 +25,9 @@ class SettingsWindow;
 class SplashScreen;
 class WayfarUpdateInstaller;
 
-// The one controller: what happens, in its order. The work itself lives in the subjects' folders, and returns what
-// became of it; the delegate sets what is shown. The shown state is any thread's. Everything else is the main thread's,
-// but for the start-up worker, which runs startInstaller.
+// The one controller: it tells what happens, in its order. The work is done by the subjects' classes, which return the
+// outcome; the delegate sets what is shown. The shown state is for any thread, startInstaller and what it calls for the
+// start-up worker, all else for the main thread.
 class AppDelegate : public ShownState,
                     public UpdateDownloadDelegate,
                     public InstallerUpgradeDelegate,
@@ -68,11 +68,11 @@ public:
     void bringToFront(); // whatever window is open, when the player starts the program once more
 
     // The installer's own upgrade.
-    bool checkInstallerUpdate(); // the worker's first step; true when start-up is in other hands
+    bool checkInstallerUpdate(); // the worker's first step; true when start-up must not go on
     void performUpgrade(const QString &version);
     void InstallerUpgradeResult(bool result) override;
     void installUpdate();
-    bool movetoLocation(const FilePath &source, const FilePath &destination); // false when the process is at its end
+    bool movetoLocation(const FilePath &source, const FilePath &destination); // false after the process was ended
 
     // The main window's actions.
     void update(const QString &senderTitle);
@@ -132,7 +132,7 @@ private:
     SettingsWindow *m_settingsWindow = nullptr; // the main window's child; it deletes itself when it closes
     QJsonObject m_settingsOldValue;
     std::unique_ptr<ChangeLog> m_log;
-    std::shared_ptr<WayfarUpdateInstaller> m_updateInstaller; // its transfer holds it too
-    std::shared_ptr<InstallerUpgrade> m_upgrade; // its transfer holds it too
+    std::shared_ptr<WayfarUpdateInstaller> m_updateInstaller; // the running transfer owns it too
+    std::shared_ptr<InstallerUpgrade> m_upgrade; // the running transfer owns it too
     std::unique_ptr<QThread> m_worker;
 };

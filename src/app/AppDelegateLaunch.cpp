@@ -5,7 +5,7 @@
 
 using namespace Qt::StringLiterals;
 
-// Sent once a run, five seconds after the start's network work: the player may have begun something else by then.
+// Called once, five seconds after the start's network work. By then the player may have begun something else.
 void AppDelegate::launchWow()
 {
     if (buttonText() != u"Play"_s || m_updateInstaller || m_settingsWindow)

@@ -51,7 +51,7 @@ void AppDelegate::installNewVersion()
     });
 }
 
-// The last status stands also after a failure, of which the alert has told (docs/kept-on-purpose.md).
+// The last status is set also after a failure: the alert has told of it (docs/kept-on-purpose.md).
 void AppDelegate::moveUpdateToInstallLocation(const FilePath &source, const FilePath &destination)
 {
     PackEntry entry(source, destination, m_surroundings.scriptRunner);

@@ -41,7 +41,7 @@ void AppDelegate::browser(const QObject *sender)
         return;
     UserDefaults &defaults = m_surroundings.defaults;
     const auto choice = key == Preferences::installPath.key ? OpenPanel::Folders : OpenPanel::Files;
-    // Watched: the program's end may delete the settings window, and it too, while it is open.
+    // A watched pointer: the program's end may delete the settings window, and the panel with it, while it is open.
     const QPointer<OpenPanel> panel(
         new OpenPanel(choice, defaults.stringForKey(key).value_or(QString()), m_settingsWindow));
     if (panel->exec() == QDialog::Accepted && panel && !panel->chosen().isEmpty())

@@ -14,7 +14,7 @@ using namespace Qt::StringLiterals;
 
 namespace
 {
-// Without the destructors of what the other thread may be using.
+// Skips the destructors: another thread may still use what they destroy.
 void exitAtOnce(int status)
 {
     std::fflush(nullptr);
@@ -32,7 +32,7 @@ Application::Application(const QString &version, const VendorSite &site, const U
                   .scriptRunner = m_scriptRunner,
                   .terminate =
                       [this] {
-                          m_instance.release(); // the end may take a moment; the player's next start need not wait
+                          m_instance.release(); // the player's next start does not wait for our end
                           QCoreApplication::quit();
                       },
                   .exit = exitAtOnce,
@@ -54,13 +54,13 @@ int Application::exec()
     QTimer::singleShot(0, &m_delegate, &AppDelegate::applicationDidFinishLaunching);
     qApp->installEventFilter(this);
     const int status = QApplication::exec();
-    if (m_delegate.isStarting()) // the worker still works: no destructor may take from it what it uses
+    if (m_delegate.isStarting()) // the start-up worker still runs: skip destructors it may need
         exitAtOnce(status);
     return status;
 }
 
-// The desktop ends us while we start: the worker may wait for the vendor, or for us, and a question on the screen would
-// be answered by its own closing.
+// The desktop session ends while we start. The worker may be waiting for the vendor or for this thread; and a question
+// on the screen would be closed, which would count as its answer.
 bool Application::eventFilter(QObject *watched, QEvent *event)
 {
     if (event->type() == QEvent::Quit && m_delegate.isStarting())

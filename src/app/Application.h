@@ -19,8 +19,8 @@ public:
     // After QApplication is made.
     Application(const QString &version, const VendorSite &site, const UrlLoaderSettings &network = {});
 
-    // From the start to the exit status. At once, with 0, where this very program runs already: that one comes to the
-    // front.
+    // Runs the program and returns its exit status. Where it runs already, that one comes to the front, and this
+    // returns 0 at once.
     int exec();
 
 protected:

@@ -83,7 +83,7 @@ void FeedParser::parse(const QByteArray &document, RSSFeed &feed)
         return;
     parse.context = context.get();
     xmlCtxtUseOptions(context.get(), XML_PARSE_NONET); // alone: no entity is replaced, no DTD loaded, no limit lifted
-    // In one go, since a cut between two chunks would cut a text in two. Nothing after an error: it would go on
+    // In one go: a second chunk would cut a text in two. After an error nothing more is fed, or it would go on
     // reporting.
     if (xmlParseChunk(context.get(), document.constData(), static_cast<int>(document.size()), 0) == XML_ERR_OK)
         xmlParseChunk(context.get(), nullptr, 0, 1);

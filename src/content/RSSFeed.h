@@ -16,7 +16,8 @@ class RSSFeed
 public:
     RSSFeed(UrlLoader &loader, const VendorSite &site);
 
-    // Fetches, parses and writes. Blocks; any thread. A feed that can't be had or breaks gives the lines before that.
+    // Fetches, parses and writes. Blocks; any thread. Where the feed is missing or breaks off, the page has the lines
+    // up to there.
     void parseRSSWithURL();
 
     // The whole page of a document, from its head to its tail.

@@ -14,8 +14,7 @@ using namespace Qt::StringLiterals;
 
 namespace
 {
-// What the vendor or a tool said may be a page of any length: the box keeps to a size in which its buttons can be
-// reached.
+// The vendor or a tool may send a text of any length: the box stays so small that its buttons are on the screen.
 QString shortened(const QString &text)
 {
     constexpr qsizetype mostLines = 20;
@@ -26,14 +25,14 @@ QString shortened(const QString &text)
 
 int show(const AlertContent &content)
 {
-    // Watched: the program's end may delete the window below it, and it too, while it is open.
+    // A watched pointer: the program's end may delete the parent window, and the box with it, while it is open.
     const QPointer<QMessageBox> box(new QMessageBox(QApplication::activeWindow()));
     box->setWindowTitle(QGuiApplication::applicationDisplayName());
-    const QIcon ours = QGuiApplication::windowIcon(); // news, good and bad alike: no sign of alarm
+    const QIcon ours = QGuiApplication::windowIcon(); // the same for good news and bad
     box->setIconPixmap(ours.pixmap(box->style()->pixelMetric(QStyle::PM_MessageBoxIconSize)));
     box->setText(shortened(content.messageText));
     box->setInformativeText(shortened(content.informativeText));
-    for (QLabel *label : box->findChildren<QLabel *>()) // the box's own setting leaves the informative text out
+    for (QLabel *label : box->findChildren<QLabel *>()) // the box's own property misses the informative text
         label->setTextFormat(Qt::PlainText);
     QPushButton *defaultButton = box->addButton(content.defaultButton, QMessageBox::AcceptRole);
     box->setDefaultButton(defaultButton);

@@ -16,14 +16,14 @@ void ElidedLabel::setText(const QString &text)
     if (text == m_text)
         return;
     m_text = text;
-    // Escaped alone it would show its entities: a tool tip takes a text without tags for plain.
+    // A tool tip takes a text without tags for plain, and would show the entities of an escaped one: hence a paragraph.
     setToolTip(text.isEmpty() ? QString() : Qt::convertFromPlainText(shownText(), Qt::WhiteSpaceNormal));
     setAccessibleDescription(shownText());
     updateGeometry();
     update();
 }
 
-// An error page can come where a version is expected: a screenful of it is enough.
+// Where a version is expected an error page can come; its beginning is enough.
 QString ElidedLabel::shownText() const
 {
     return m_text.left(500).simplified();

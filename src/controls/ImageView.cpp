@@ -16,7 +16,7 @@ void ImageView::paintEvent(QPaintEvent *)
 {
     if (m_image.isNull())
         return;
-    // In the screen's own pixels, so that a fine picture stays fine; scaled once by the best filter there is.
+    // Scaled once, to the screen's own pixels, so that a picture of high resolution stays sharp.
     const qreal ratio = devicePixelRatioF();
     const QSize room = (QSizeF(size()) * ratio).toSize();
     const QSize natural = (m_image.deviceIndependentSize() * ratio).toSize();

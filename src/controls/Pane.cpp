@@ -17,7 +17,7 @@ using namespace Qt::StringLiterals;
 
 namespace
 {
-// It comes first in the page, so that whatever the page says of itself wins.
+// It stands first in the page, so that the page's own styles win.
 constexpr auto houseStyle = R"(
 (function () {
     const style = document.createElement('style');
@@ -74,7 +74,7 @@ public:
     Page(QWebEngineProfile *profile, QObject *parent) : QWebEnginePage(profile, parent)
     {
         setBackgroundColor(QColor(Theme::paper));
-        // window.open, target=_blank, a middle click: for none of them does acceptNavigationRequest come.
+        // window.open, target=_blank and a middle click come here, and not to acceptNavigationRequest.
         connect(this, &QWebEnginePage::newWindowRequested, this, [this](QWebEngineNewWindowRequest &request) {
             if (mayGoTo(request.requestedUrl()))
                 load(request.requestedUrl());
@@ -88,10 +88,10 @@ public:
     }
 
     NavigationPolicy *policy = nullptr;
-    bool isLeaving = false; // for another page of ours
+    bool isLeaving = false; // loadFile replaces the page
 
 protected:
-    // The engine refuses a page's own way to another file, since pages may read none: we go there for it.
+    // The engine lets no page go to another file by itself, since pages may read none: we load that file instead.
     bool acceptNavigationRequest(const QUrl &url, NavigationType type, bool isMainFrame) override
     {
         if (!mayGoTo(url))
@@ -102,7 +102,8 @@ protected:
                 this, [this, url] { load(url); }, Qt::QueuedConnection);
         return !isPagesWay;
     }
-    // A question in a window of ours would look like ours. Only that of whether to leave is answered with yes.
+    // A page's dialog would look like one of ours: none is shown. The question whether to leave is answered with yes
+    // when we replace the page.
     void javaScriptAlert(const QUrl &, const QString &) override { }
     bool javaScriptConfirm(const QUrl &, const QString &) override { return isLeaving; }
     bool javaScriptPrompt(const QUrl &, const QString &, const QString &, QString *) override { return false; }

@@ -15,8 +15,8 @@ public:
     virtual bool webViewDecidePolicyForNavigationAction(const QUrl &url) = 0;
 };
 
-// A web view for pages that we wrote to disk and did not write ourselves: their scripts can't read the disk, open
-// windows, download, store or ask for anything. Main thread.
+// A web view for local pages with foreign content: their scripts can't read the disk, open windows, download, store or
+// ask for anything. Main thread.
 class Pane : public QWebEngineView
 {
     Q_OBJECT
@@ -32,7 +32,7 @@ public:
 private:
     class Page;
 
-    // One for all panes, without a trace on disk; it goes when the last page has gone.
+    // Shared by all panes and deleted after the last; it stores nothing on disk.
     const std::shared_ptr<QWebEngineProfile> m_profile;
     Page *const m_page;
 };

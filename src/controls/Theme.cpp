@@ -56,7 +56,7 @@ public:
     Follower(QWidget &widget, const QString &sheet) : QObject(&widget), m_widget(widget), m_sheet(sheet)
     {
         dress();
-        widget.window()->installEventFilter(this); // a style sheet keeps the desktop's changes from a widget in it
+        widget.window()->installEventFilter(this); // a widget with a style sheet hears of no change itself
     }
 
     bool eventFilter(QObject *watched, QEvent *event) override

@@ -10,7 +10,7 @@ class QWidget;
 // Each window writes its own style sheet with these names in it.
 namespace Theme
 {
-constexpr QRgb paper = 0xfffffdf8; // what pages stand on, by day and by night
+constexpr QRgb paper = 0xfffffdf8; // the ground of the pages, light in a dark desktop too
 
 // "line", "muted", "faint", "groove", "action", "on-action", "action-hover", "action-pressed", "action-focus", "focus",
 // "beside-focus", "paper". Not valid for another name.

@@ -15,10 +15,10 @@ using namespace std::chrono_literals;
 
 namespace
 {
-bool waiting = false; // the main thread's alone
+bool waiting = false; // used by the main thread only
 
-// Eats what the player did during a wait, but for the end of a press: without it a press from before the wait would
-// take the next click. A question that opens at a deeper level gets its answer all the same.
+// Drops what the player did during a wait, except the release of a button: without it, a press from before the wait
+// would swallow the next click. A question that opens in an event loop inside still gets its answer.
 class InputDrop : public QObject
 {
 public:
@@ -62,7 +62,7 @@ public:
     bool eventFilter(QObject *watched, QEvent *event) override
     {
         if (event->type() == QEvent::Expose)
-            m_loop.quit(); // when the window itself has seen it
+            m_loop.quit(); // takes effect after the window handled the event
         return QObject::eventFilter(watched, event);
     }
 
@@ -70,7 +70,7 @@ private:
     QEventLoop &m_loop;
 };
 
-// A button that is up makes no click of the end of a press.
+// A release over a button that is not down makes no click.
 void letButtonsUp()
 {
     for (QWidget *widget : QApplication::allWidgets()) {
@@ -89,7 +89,7 @@ void dropInput()
 
 void paintWindows()
 {
-    QList<QPointer<QWidget>> windows; // one may go while another is waited for
+    QList<QPointer<QWidget>> windows; // one may be deleted while another is shown
     for (QWidget *window : QApplication::topLevelWidgets())
         windows.append(window);
     for (const QPointer<QWidget> &window : windows) {

@@ -14,8 +14,8 @@ void WayfarProgressIndicator::setPercentage(double value)
 
 void WayfarProgressIndicator::paintEvent(QPaintEvent *event)
 {
-    // A part of the bar drawn as if it were the whole would show a wrong value until the next change. What lies outside
-    // the window is never drawn: waiting for it would go on for ever.
+    // The rectangle to draw counts as the whole bar, so that a part of it would show a wrong value: draw all of it
+    // again. What lies outside the window is never drawn, hence the visible region.
     if (event->rect() != visibleRegion().boundingRect())
         update();
     QStyleOptionProgressBar option;

@@ -4,8 +4,8 @@
 
 class QStyleOptionProgressBar;
 
-// A progress bar whose base class draws into a rectangle of a fixed height, whatever the frame: of it the frame shows
-// the upper part.
+// A progress bar that is drawn at a fixed height, whatever its frame; the frame shows the upper part of the drawing
+// (docs/kept-on-purpose.md).
 class WayfarProgressIndicator : public QProgressBar
 {
     Q_OBJECT

@@ -11,7 +11,7 @@ void DownloadFile::begin(qint64 expectedContentLength)
 {
     m_totalSize = expectedContentLength;
     m_totalDownloaded = 0;
-    m_path = SupportFolder::download(); // kept for the pieces: each look for the folder may log that there is none
+    m_path = SupportFolder::download(); // looked up once: every look-up may log that there is no folder
     (void)FileManager::createEmptyFile(m_path);
 }
 

@@ -2,16 +2,16 @@
 
 #include "platform/FileManager.h"
 
-// "download.zip" in the support folder while it arrives, and the count of what has. No failure to write is reported:
-// what is made of the archive afterwards shows it.
+// The downloaded archive while it arrives, and the count of its bytes. A failure to write is not reported: the
+// installation that follows shows it.
 class DownloadFile
 {
 public:
     void remove();
     // A response began: the file is made or emptied. The length is -1 when none was announced.
     void begin(qint64 expectedContentLength);
-    // The percentage that has come with this piece, in whole steps, truncated; negative when no length was announced,
-    // and 0 when it was announced as nothing. A piece without a file is dropped.
+    // The percentage after this piece, in whole steps, truncated; negative when no length was announced, and 0 when a
+    // length of zero was. Without a file the piece is lost.
     double append(QByteArrayView piece);
 
     qint64 totalSize() const { return m_totalSize; }

@@ -18,9 +18,9 @@ class PackEntry
 public:
     PackEntry(const FilePath &source, const FilePath &destination, ScriptRunner &runner);
 
-    // First removes what is in the entry's place, or makes the folder that it goes into; then copies. Nothing when no
-    // administrator was needed. An administrator who makes room also copies: after that outcome, when it is done, the
-    // entry is in its place.
+    // makeRoom removes what is in the entry's place, or makes the folder that it goes into; copy comes after it. Both
+    // give nothing when no administrator was needed. The administrator's command that makes room copies too: when it is
+    // done, copy is not needed.
     [[nodiscard]] std::optional<PrivilegedOutcome> makeRoom();
     [[nodiscard]] std::optional<PrivilegedOutcome> copy();
 

@@ -7,6 +7,6 @@ public:
     virtual ~UpdateDownloadDelegate() = default;
     // After every piece: a whole number, 0 to 100 when the length is known and true, negative when none was announced.
     virtual void downloadProgressUpdate(double percentage) = 0;
-    // Once, at the end. True: the transfer ended normally; nobody has looked at what came.
+    // Once, at the end. True when the transfer ended normally, whatever it brought.
     virtual void downloadFinishedWithResult(bool result) = 0;
 };

@@ -13,7 +13,7 @@ class UserDefaults;
 // without blanks and carriage returns. Nothing without such a line.
 std::optional<QString> versionInToc(QStringView toc);
 
-// The guide pack's two versions, opaque texts. Made afresh for each look.
+// The guide pack's two versions, opaque texts. A new object for every refresh.
 class WayfarVersion
 {
 public:

@@ -63,7 +63,7 @@ std::optional<struct stat> statusOf(const FilePath &path)
     return ::lstat(path.c_str(), &status) == 0 ? std::optional(status) : std::nullopt;
 }
 
-// Files are opened with O_NONBLOCK wherever a FIFO might stand: it must not hold us.
+// To open a FIFO is to wait for its other end: hence O_NONBLOCK wherever one may stand.
 struct Descriptor {
     explicit Descriptor(int opened) : number(opened) { }
     ~Descriptor()
@@ -79,7 +79,8 @@ struct Descriptor {
 void copyTimes(const struct stat &status, const FilePath &path)
 {
     const timespec times[] = {status.st_atim, status.st_mtim};
-    ::utimensat(AT_FDCWD, path.c_str(), times, AT_SYMLINK_NOFOLLOW); // foreign file systems may refuse: no loss
+    ::utimensat(AT_FDCWD, path.c_str(), times,
+                AT_SYMLINK_NOFOLLOW); // some file systems refuse; the copy is good without
 }
 
 // False, with the reason in errno, when not all of it could be written.
@@ -96,7 +97,7 @@ bool writeAll(int descriptor, QByteArrayView bytes)
     return true;
 }
 
-// Not by std::filesystem, which forgets that the disk was full and fails where a foreign file system knows no modes.
+// Not by std::filesystem, which does not report a full disk, and fails on a file system without modes.
 FileError copyFile(const FilePath &source, const FilePath &destination, const struct stat &status)
 {
     const Descriptor from(::open(source.c_str(), O_RDONLY | O_CLOEXEC));
@@ -238,7 +239,7 @@ FileError FileManager::createDirectory(const OptionalPath &path, bool withInterm
     if (::mkdir(path->c_str(), 0777) == 0)
         return {};
     const FileError refusal = lastError(*path);
-    return isDirectory(path) ? FileError() : refusal; // a trailing slash has its folder by now
+    return isDirectory(path) ? FileError() : refusal; // with a trailing slash it was made together with its parent
 }
 
 FileError FileManager::removeItem(const OptionalPath &path)
@@ -273,10 +274,10 @@ FileError FileManager::moveItem(const OptionalPath &source, const OptionalPath &
         return lastError(*destination);
     if (const FileError error = copyItem(source, destination)) {
         makeTreeWritable(destination);
-        (void)removeItem(destination); // half a copy; the copy's own reason is the one to tell
+        (void)removeItem(destination); // half a copy; the reason to return is the copy's
         return error;
     }
-    (void)removeItem(source); // the copy is complete: a refusal here must not raise a prompt for a second one
+    (void)removeItem(source); // the copy is complete: a source that stays is no failure
     return {};
 }
 
@@ -333,7 +334,7 @@ FileError FileManager::writeAtomically(const OptionalPath &path, QByteArrayView 
     if (!path)
         return noPath();
     QSaveFile file(toText(*path));
-    // Unbuffered, since a buffer that a full disk took in part is committed as if it were whole.
+    // Unbuffered: a buffer of which a full disk took only a part would be committed as if it were whole.
     if (file.open(QIODevice::WriteOnly | QIODevice::Unbuffered)
         && file.write(bytes.data(), bytes.size()) == bytes.size() && file.commit())
         return {};

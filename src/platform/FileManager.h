@@ -8,12 +8,12 @@
 #include <optional>
 
 using FilePath = std::filesystem::path; // bytes, as the file system keeps them: a name need not be UTF-8
-using OptionalPath = std::optional<FilePath>; // nothing where a folder it is built from could not be had
+using OptionalPath = std::optional<FilePath>; // nothing where the folder it begins with is missing
 
 FilePath toPath(const QString &text);
 QString toText(const FilePath &path);
 
-// What became of a file operation, in the numbers that the callers judge by.
+// The outcome of a file operation. The callers compare the numbers.
 struct FileError {
     enum Code {
         None = 0,
@@ -32,8 +32,8 @@ struct FileError {
     explicit operator bool() const { return code != None; }
 };
 
-// The file services, each failure with the reason that the system gave. Links are handled as links everywhere. An
-// operation on no path does nothing and says NoSuchFile. Any thread.
+// File operations. A failure carries the system's reason. Links are not followed, except where it is said. An operation
+// without a path does nothing and fails with NoSuchFile. Any thread.
 namespace FileManager
 {
 bool fileExists(const OptionalPath &path); // follows links: false for a dangling one
@@ -52,15 +52,14 @@ bool isDirectory(const OptionalPath &path); // follows links
 QList<FilePath> contentsOfDirectory(const OptionalPath &path);
 // Gives the owner every right on the folders of a tree, so that it can be removed again.
 void makeTreeWritable(const OptionalPath &path);
-// Lets the owner read all of a tree. An archive may bring anything, and what can't be read would fail a copy with the
-// very code that an administrator is asked for.
+// Lets the owner read all of a tree: an unreadable file fails a copy with the code that asks for an administrator.
 void makeTreeReadable(const OptionalPath &path);
 
 constexpr qint64 MostInMemory = qint64(64) * 1024 * 1024;
-// Nothing for anything but a readable plain file of at most that many bytes.
+// Nothing where there is no plain file, where it can't be read, and where it has more than MostInMemory bytes.
 std::optional<QByteArray> contentsOfFile(const OptionalPath &path);
 [[nodiscard]] FileError createEmptyFile(const OptionalPath &path); // empties an existing one
-// False, and no file made, when there is none at the path.
+// False when there is no file at the path; none is made.
 bool appendToExistingFile(const OptionalPath &path, QByteArrayView bytes);
 [[nodiscard]] FileError writeAtomically(const OptionalPath &path, QByteArrayView bytes);
 } // namespace FileManager

@@ -5,7 +5,7 @@
 
 class QObject;
 
-// The thread of the program's event loop, as the others see it.
+// The thread that runs the program's event loop, for the use of the others.
 namespace MainThread
 {
 bool isCurrent();

@@ -15,9 +15,9 @@ constexpr int NoAgent = -60007;
 constexpr int GeneralError = -2700;
 const ScriptError interrupted = {GeneralError, u"The command was interrupted."_s};
 
-// S: the administrator said yes. X: the command's status, after all that it wrote to standard error. The working folder
-// and the file mode mask are not the player's: a copy made under 077 could not be read afterwards. A nested shell,
-// since a syntax error ends the shell that finds it. The dot keeps line ends at the command's end.
+// Prints S once the administrator agreed, then what the command writes to standard error, then X and its status. The
+// player's file mode mask stays outside: under 077 the player could not read what the administrator copied. The command
+// has a shell of its own, since a syntax error ends the shell that finds it. The dot keeps line ends at its end.
 const QByteArray wrapper = "cd /; umask 022; printf 'S\\n'; command=$(printf '%b.' \"$1\"); "
                            "/bin/sh -c \"${command%.}\" 2>&1 >/dev/null; printf '\\nX%d\\n' \"$?\"";
 
@@ -47,8 +47,8 @@ QProcessEnvironment plainEnvironment()
     return plain;
 }
 
-// The text between the quotes; nothing when it is no such script. A backslash would be the start of an escape, which no
-// caller means.
+// The text between the quotes; nothing when it is no such script. A backslash would begin an escape, which no caller
+// uses.
 std::optional<QByteArray> commandIn(const QByteArray &source)
 {
     const QByteArray head = "do shell script \"";

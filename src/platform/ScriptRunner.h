@@ -20,8 +20,8 @@ public:
     explicit ScriptRunner(const QList<QByteArray> &launcher);
     virtual ~ScriptRunner() = default;
 
-    // Blocks the caller while the prompt stands and the command runs; nothing when it ended with 0. On the main thread,
-    // so that the prompt has the whole program for its parent (pkexec's authority is its parent process).
+    // Blocks while the prompt is open and the command runs. Nothing when the command ended with 0. Main thread: polkit
+    // judges the process that is pkexec's parent, and pkexec ends with the thread that started it.
     virtual std::optional<ScriptError> execute(const QByteArray &source);
 
 private:

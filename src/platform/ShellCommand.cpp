@@ -49,7 +49,7 @@ void ShellCommand::prepare(QProcess &process, const QList<QByteArray> &arguments
     const auto environment = std::make_shared<const ExecList>(environmentOf(process));
     process.setChildProcessModifier([argv, environment] {
         ::setsid();
-        // Comes back when it can't: QProcess then tries by itself and has the reason.
+        // Returns only when it failed: QProcess then tries itself, and reports the reason.
         ::execvpe(*argv->get(), argv->get(), environment->get());
     });
 }

@@ -12,6 +12,6 @@ namespace ShellCommand
 // The program, found through PATH, and its arguments; the process's environment is set before. Not started yet;
 // standard input is empty.
 void prepare(QProcess &process, const QList<QByteArray> &arguments);
-// Hands the line to /bin/sh with the player's own rights and waits for its end, which nobody looks at.
+// Hands the line to /bin/sh with the player's own rights and waits for its end. Its exit status is not looked at.
 void run(const QByteArray &line);
 } // namespace ShellCommand

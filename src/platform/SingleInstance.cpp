@@ -24,7 +24,7 @@ namespace
 bool tellRunning(const QString &socket)
 {
     QLocalSocket running;
-    running.connectToServer(socket); // to be connected is the whole message
+    running.connectToServer(socket); // the connection itself is the message
     return running.waitForConnected(1000);
 }
 } // namespace
@@ -37,13 +37,13 @@ SingleInstance::SingleInstance()
 
 SingleInstance::SingleInstance(const QString &folder, const QString &key)
 {
-    if (folder.isEmpty()) { // nowhere to meet
+    if (folder.isEmpty()) { // without a folder two starts can't find each other
         m_first = true;
         return;
     }
     const QByteArray hash = QCryptographicHash::hash(key.toUtf8(), QCryptographicHash::Sha256).toHex().first(16);
     const QString name = folder + u"/wayfar-installer-"_s + QString::fromLatin1(hash);
-    // The one that runs may not listen yet, when both were started by the same double click; or it may just be ending.
+    // The other one may not listen yet, where both come from one double click, or it may be ending just now.
     const QDeadlineTimer limit(3s);
     m_first = takeLock(name + u".lock"_s);
     while (!m_first && !tellRunning(name + u".socket"_s) && !limit.hasExpired()) {
@@ -66,7 +66,7 @@ void SingleInstance::release()
         ::close(std::exchange(m_lock, -1));
 }
 
-// Where there is no lock to be had at all, the program starts all the same.
+// Where no lock file can be made, the program starts all the same.
 bool SingleInstance::takeLock(const QString &file)
 {
     if (m_lock < 0)
@@ -76,7 +76,7 @@ bool SingleInstance::takeLock(const QString &file)
 
 void SingleInstance::listen(const QString &socket)
 {
-    QLocalServer::removeServer(socket); // a killed one's: the lock is ours
+    QLocalServer::removeServer(socket); // left by a killed program: the lock is ours
     m_server.setSocketOptions(QLocalServer::UserAccessOption);
     connect(&m_server, &QLocalServer::newConnection, this, [this] {
         m_server.nextPendingConnection()->deleteLater();

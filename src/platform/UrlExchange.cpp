@@ -10,7 +10,7 @@ namespace
 {
 constexpr int MostRedirects = 16;
 
-// The game and the browser are no part of a conversation with the vendor.
+// A program that we start must not inherit the connection.
 int keepFromChildren(void *, curl_socket_t socket, curlsocktype)
 {
     ::fcntl(socket, F_SETFD, FD_CLOEXEC);
@@ -54,7 +54,7 @@ void UrlExchange::setPolicy()
     curl_easy_setopt(m_handle, CURLOPT_SSL_VERIFYHOST, 2L);
     if (!m_settings.caFile.isEmpty())
         curl_easy_setopt(m_handle, CURLOPT_CAINFO, m_settings.caFile.toLocal8Bit().constData());
-    curl_easy_setopt(m_handle, CURLOPT_HTTPAUTH, CURLAUTH_NONE); // also for a name that an address brings
+    curl_easy_setopt(m_handle, CURLOPT_HTTPAUTH, CURLAUTH_NONE); // an address with a user name in it logs in nowhere
     curl_easy_setopt(m_handle, CURLOPT_NOSIGNAL, 1L);
     curl_easy_setopt(m_handle, CURLOPT_CONNECTTIMEOUT, long(m_settings.idleSeconds));
     curl_easy_setopt(m_handle, CURLOPT_LOW_SPEED_LIMIT, 1L);
@@ -76,7 +76,7 @@ void UrlExchange::setProxy()
         for (const QByteArray &entry : m_settings.connectTo)
             m_connectTo = curl_slist_append(m_connectTo, entry.constData());
         curl_easy_setopt(m_handle, CURLOPT_CONNECT_TO, m_connectTo);
-        curl_easy_setopt(m_handle, CURLOPT_PROXY, ""); // a proxy would look the names up by itself
+        curl_easy_setopt(m_handle, CURLOPT_PROXY, ""); // a proxy would resolve the names itself
         return;
     }
     const QNetworkProxyQuery query(QUrl(m_request.url));
@@ -123,7 +123,7 @@ size_t UrlExchange::receiveData(char *bytes, size_t size, size_t count, void *se
 {
     auto *exchange = static_cast<UrlExchange *>(self);
     if (exchange->isFollowedRedirect())
-        return size * count; // its body is nobody's
+        return size * count; // nobody reads the body of a redirect
     exchange->reportResponse();
     const bool goOn = exchange->m_receiver.data(QByteArrayView(bytes, qsizetype(size * count)));
     return goOn ? size * count : 0;
@@ -164,7 +164,7 @@ UrlExchange::Outcome UrlExchange::follow(const QString &target)
         return fail(u"too many redirects"_s);
     const long status = statusOf(m_handle);
     if (m_request.method == "POST" && status >= 301 && status <= 303)
-        m_request = {.url = target}; // with neither the form nor the headers that described it
+        m_request = {.url = target}; // a plain GET: the form and its headers stay behind
     else if (m_request.method == "POST" && QUrl(target).host() != QUrl(m_request.url).host())
         return fail(u"a form is not posted to another host"_s);
     m_request.url = target;

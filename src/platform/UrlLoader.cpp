@@ -43,7 +43,7 @@ UrlAnswer UrlLoader::sendSynchronousRequest(const UrlRequest &request)
 
 void UrlLoader::start(const UrlRequest &request, const std::shared_ptr<UrlConnectionDelegate> &delegate)
 {
-    // Transfers of the loader's own thread go with it; another thread's are on their own until they end.
+    // The loader deletes the transfers of its own thread. A transfer of another thread deletes itself when it ends.
     QObject *parent = thread() == QThread::currentThread() ? this : nullptr;
     new UrlTransfer(m_settings, request, delegate, parent);
 }

@@ -11,17 +11,17 @@
 #include <utility>
 
 struct UrlRequest {
-    QString url; // https; as it stands: what libcurl refuses fails as a transport error
+    QString url; // https. An address that libcurl refuses fails as a transport error
     QByteArray method = "GET";
     QList<std::pair<QByteArray, QByteArray>> headers = {}; // sent exactly so
-    QByteArray body = {}; // a POST's
+    QByteArray body = {}; // of a POST
 };
 
 // How to reach the network; all at their defaults in the product.
 struct UrlLoaderSettings {
     QString caFile = {}; // PEM, instead of the system's authorities
     QList<QByteArray> connectTo = {}; // libcurl's CONNECT_TO entries: HOST:PORT:ADDRESS:PORT
-    int idleSeconds = 60; // without one byte; there is no limit on the whole
+    int idleSeconds = 60; // without a single byte. A transfer as a whole has no limit
 };
 
 struct UrlAnswer {
@@ -53,9 +53,9 @@ public:
     static constexpr qint64 MostInMemory = qint64(64) * 1024 * 1024; // a longer body is a transport error
 
     explicit UrlLoader(const UrlLoaderSettings &settings = {});
-    ~UrlLoader() override; // running transfers of its own thread end without a word
+    ~UrlLoader() override; // ends the transfers of its own thread; their delegates hear nothing
 
-    // Blocks the calling thread, any one, and runs no event loop in it.
+    // Any thread. Blocks it, and runs no event loop in it.
     [[nodiscard]] UrlAnswer sendSynchronousRequest(const UrlRequest &request);
     // Starts at once; the callbacks come from the calling thread's event loop, after this has returned. The delegate is
     // kept alive until its ending was delivered.

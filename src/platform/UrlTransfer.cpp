@@ -89,7 +89,7 @@ void UrlTransfer::hopEnded(CURLcode code)
         curl_multi_add_handle(m_multi, m_handle);
         return;
     }
-    // The delegate may run an alert's event loop, and the program may end in it: nothing of this is touched afterwards.
+    // The delegate may run an alert's event loop, which deletes this object: no member is used from here on.
     deleteLater();
     const auto delegate = m_delegate;
     if (outcome == UrlExchange::Outcome::Finished)

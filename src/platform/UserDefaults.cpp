@@ -74,7 +74,7 @@ bool setAside(const QString &file)
     return true;
 }
 
-// Nothing when a file is there that can't be opened: it may hold anything, so it must not be replaced.
+// Nothing when the file is there and can't be opened: it may hold anything, and must not be replaced.
 std::optional<QJsonObject> readOrSetAside(const QString &file)
 {
     if (!QFileInfo::exists(file))
@@ -87,14 +87,14 @@ std::optional<QJsonObject> readOrSetAside(const QString &file)
     return setAside(file) ? std::optional(QJsonObject()) : std::nullopt;
 }
 
-// Through a file of one fixed name, which only the holder of the lock writes: what a killed writer left of it, and the
-// password in it, is gone with the next write. QSaveFile would leave names that nobody can tell from the player's own.
+// Through a file of one fixed name, which only the holder of the lock writes: the next write replaces what a killed one
+// left, and the password in it. QSaveFile would leave files of random names for ever.
 bool replaceFile(const QString &path, const QJsonObject &object)
 {
     const QFileInfo link(path);
     const QString target = link.isSymLink() ? link.symLinkTarget() : path;
     if (QFileInfo::exists(target) && !QFileInfo(target).isWritable())
-        return false; // somebody meant it so
+        return false; // it was made read-only on purpose
     const QByteArray bytes = QJsonDocument(object).toJson();
     QFile file(target + u".new"_s);
     const bool written = file.open(QIODevice::WriteOnly | QIODevice::Unbuffered) && file.setPermissions(ownerOnly)

@@ -20,7 +20,7 @@ bool start(const QString &program, const QStringList &arguments, const QString &
     return QProcess::startDetached(program, arguments, folder);
 }
 
-// A file system without modes shows every file as executable, so the beginning decides.
+// On a file system without modes every file counts as executable: its first bytes decide.
 bool isProgram(const QFileInfo &file)
 {
     QFile bytes(file.filePath());
@@ -45,8 +45,8 @@ bool startBundle(const QFileInfo &bundle)
     return !program.isEmpty() && start(program, {}, bundle.filePath());
 }
 
-// Hands a file over to the desktop's tool, which either ends at once and knows whether it started something, or stays
-// with what it started; then it must not be ended with us, so nobody owns the process object any more.
+// Hands a file to the desktop's tool. Either the tool ends at once, and its status says whether it started something;
+// or it stays as long as what it started. Then the process object is never deleted, which would end both.
 bool openByDesktop(const QList<QByteArray> &command)
 {
     auto *process = new QProcess;

@@ -5,6 +5,6 @@ class InstallerUpgradeDelegate
 {
 public:
     virtual ~InstallerUpgradeDelegate() = default;
-    // Once, at the end. True: the transfer ended normally; nobody has looked at what came.
+    // Once, at the end. True when the transfer ended normally, whatever it brought.
     virtual void InstallerUpgradeResult(bool result) = 0;
 };

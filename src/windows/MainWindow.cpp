@@ -64,7 +64,7 @@ void MainWindow::bind()
     follow(&ShownState::updateNotStartedChanged, [this] { enableMainButton(m_state.updateNotStarted()); });
 }
 
-// A disabled button hands the keyboard on to whatever comes next. It gets it back, also in a window in the background.
+// A button that is disabled loses the keyboard to the next control: it gets it back, also in a background window.
 void MainWindow::enableMainButton(bool enabled)
 {
     if (!enabled && focusWidget() == m_ui->mainButton)

@@ -14,7 +14,7 @@ namespace Ui
 class MainWindow;
 }
 
-// The view of the shown state: its controls follow it, hold no state of their own, and tell of every press.
+// Shows the state: its controls follow it and hold no state of their own. A press is announced by a signal.
 class MainWindow : public QMainWindow
 {
     Q_OBJECT

@@ -46,7 +46,7 @@ OpenPanel::OpenPanel(Choice choice, const QString &current, QWidget *parent)
 
 void OpenPanel::openAt(const QString &stored)
 {
-    const QString current = QDir::cleanPath(stored); // a slash at its end would be a name of its own
+    const QString current = QDir::cleanPath(stored); // after a slash at its end the name would be empty
     QFileInfo place(current.isEmpty() ? QDir::homePath() : m_choice == Files ? QFileInfo(current).path() : current);
     while (!place.isDir() && !place.isRoot())
         place.setFile(place.path());
@@ -80,7 +80,7 @@ QString OpenPanel::chosen() const
     return m_bundle.isEmpty() ? selectedFiles().value(0) : m_bundle;
 }
 
-// The button, pressed on a folder, would walk into it.
+// The base class would open a folder when the button is pressed on it.
 void OpenPanel::accept()
 {
     const QString path = selectedFiles().value(0);
@@ -90,8 +90,7 @@ void OpenPanel::accept()
         QFileDialog::accept();
 }
 
-// A bundle is one thing, whether its button, Return or a double click was used on it. From inside, though, the way up
-// leads through it.
+// A bundle is chosen as one thing, also by Return or a double click. The way up from a folder inside it is no choice.
 void OpenPanel::folderEntered(const QString &path)
 {
     const QString before = std::exchange(m_folder, path);

@@ -40,7 +40,7 @@ void SettingsWindow::showStored()
     m_ui->launchPathLabel->setText(launcher.isEmpty() ? u"not chosen yet"_s : launcher);
 }
 
-// On every edit and not at its end, which comes late and would undo Cancel while the window closes.
+// Every edit is stored at once. The end of an edit comes too late: when the window closes, after Cancel.
 void SettingsWindow::bindControls()
 {
     connect(m_ui->userNameField, &QLineEdit::textEdited, this,

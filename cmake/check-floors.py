@@ -1,0 +1,50 @@
+#!/usr/bin/env python3
+"""Holds the house to its floors: a folder of src/ includes what its library links, and nothing above.
+
+check-floors.py LINKS.dot    the links as CMake's --graphviz writes them
+The README's picture must say the same links. Ends with 1 and a line for each thing that does not hold.
+"""
+import re
+import sys
+from pathlib import Path
+
+root = Path(__file__).resolve().parent.parent
+direct = {}
+for below, above in re.findall(r"// wayfar_(\w+) -> wayfar_(\w+)", Path(sys.argv[1]).read_text()):
+    if all((root / "src" / folder).is_dir() for folder in (below, above)):
+        direct.setdefault(below, []).append(above)
+direct = {folder: [below for below in links if below != folder] for folder, links in direct.items()}
+
+
+def reachable(folder):
+    found = set()
+    for below in direct.get(folder, []):
+        found |= {below} | reachable(below)
+    return found
+
+
+complaints = []
+# What only the folder of the operating system may use. The starter replaces itself by another program.
+system = re.compile(r"#include <(QProcess|Q\w*Socket|Q\w*Server|cerrno|unistd\.h|fcntl\.h|sys/.*|curl/.*)>")
+for file in sorted((root / "src").rglob("*.[ch]*")):
+    folder = file.relative_to(root / "src").parts[0]
+    if folder == "starter":
+        allowed = reachable("places") | {"places"}
+    else:
+        allowed = reachable(folder) | {folder}
+    for number, line in enumerate(file.read_text().splitlines(), 1):
+        place = f"{file.relative_to(root)}:{number}"
+        included = re.match(r'#include "(\w+)/', line)
+        if included and included[1] not in allowed:
+            complaints.append(f"{place}: {folder} does not link {included[1]}")
+        if folder not in ("platform", "starter") and system.match(line):
+            complaints.append(f"{place}: only platform may: {line}")
+
+readme = (root / "README.md").read_text()
+for folder, links in direct.items():
+    shown = [link for link in links if not any(link in reachable(other) for other in links)]
+    if not re.search(rf"^ +{folder} +-> +{' '.join(shown)}$", readme, re.M):
+        complaints.append(f"README.md: the picture lacks: {folder} -> {' '.join(shown)}")
+
+print("\n".join(complaints) or f"The floors hold: {len(direct) + 1} folders.")
+sys.exit(bool(complaints))

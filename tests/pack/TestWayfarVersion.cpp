@@ -1,8 +1,7 @@
 #include "pack/WayfarVersion.h"
 
 #include "places/Preferences.h"
-#include "support/Answers.h"
-#include "support/TestWorld.h"
+#include "support/Outages.h"
 
 #include <QDir>
 #include <QFile>
@@ -21,19 +20,18 @@ private Q_SLOTS:
     void theFirstVersionLineTells_data();
     void theFirstVersionLineTells();
 
-    void theInstalledVersionIsReadBelowTheGameFolder_data();
-    void theInstalledVersionIsReadBelowTheGameFolder();
+    void theInstalledVersionIsReadBelowTheStoredGameFolder();
     void theInstalledVersionIsNoneWithoutAVersionLine_data();
     void theInstalledVersionIsNoneWithoutAVersionLine();
     void theInstalledVersionIsNoneWithoutAReadableFile_data();
     void theInstalledVersionIsNoneWithoutAReadableFile();
     void theUsualGameFolderIsLookedInWhenNoneIsStored();
-    void aGameFolderThatAnotherProcessStoredIsSeen();
 
     void thePublishedVersionIsTheWholeAnswer_data();
     void thePublishedVersionIsTheWholeAnswer();
     void thePublishedVersionIsNothingWhenItCannotBeHad_data();
     void thePublishedVersionIsNothingWhenItCannotBeHad();
+    void thePublishedVersionIsNothingWhenItIsNoAscii();
     void thePublishedVersionIsAskedForByABareGet();
     void installedAndPublishedAreTheSameOnlyToTheLetter_data();
     void installedAndPublishedAreTheSameOnlyToTheLetter();
@@ -83,19 +81,16 @@ void TestWayfarVersion::theFirstVersionLineTells()
     QTEST(versionInToc(text), "version");
 }
 
-void TestWayfarVersion::theInstalledVersionIsReadBelowTheGameFolder_data()
+void TestWayfarVersion::theInstalledVersionIsReadBelowTheStoredGameFolder()
 {
-    QTest::addColumn<QString>("end");
-    QTest::newRow("as stored") << QString();
-    QTest::newRow("with a slash at its end") << u"/"_s;
-}
-
-void TestWayfarVersion::theInstalledVersionIsReadBelowTheGameFolder()
-{
-    QFETCH(const QString, end);
     m_world->installPack("1.2.5");
-    m_world->defaults().setObject(Preferences::installPath.key, m_world->gameFolder() + end);
     QCOMPARE(version().localVersion(), u"1.2.5"_s);
+    m_world->defaults().setObject(Preferences::installPath.key, m_world->gameFolder() + u'/');
+    QCOMPARE(version().localVersion(), u"1.2.5"_s);
+    m_world->write(m_world->path(u"moved/_retail_/Interface/AddOns/Trailbook/Trailbook.toc"_s), "## Version: 7\n");
+    UserDefaults others; // another process's
+    others.setObject(Preferences::installPath.key, m_world->path(u"moved"_s));
+    QCOMPARE(version().localVersion(), u"7"_s);
 }
 
 void TestWayfarVersion::theInstalledVersionIsNoneWithoutAVersionLine_data()
@@ -146,16 +141,6 @@ void TestWayfarVersion::theUsualGameFolderIsLookedInWhenNoneIsStored()
     QCOMPARE(WayfarVersion(defaults, m_world->loader(), m_world->site()).localVersion(), u"none"_s);
 }
 
-void TestWayfarVersion::aGameFolderThatAnotherProcessStoredIsSeen()
-{
-    m_world->installPack("1.2.5");
-    m_world->write(m_world->path(u"moved/_retail_/Interface/AddOns/Trailbook/Trailbook.toc"_s), "## Version: 7\n");
-    QCOMPARE(version().localVersion(), u"1.2.5"_s);
-    UserDefaults others;
-    others.setObject(Preferences::installPath.key, m_world->path(u"moved"_s));
-    QCOMPARE(version().localVersion(), u"7"_s);
-}
-
 void TestWayfarVersion::thePublishedVersionIsTheWholeAnswer_data()
 {
     QTest::addColumn<int>("status");
@@ -178,49 +163,36 @@ void TestWayfarVersion::thePublishedVersionIsTheWholeAnswer()
     QFETCH(const int, status);
     QFETCH(const QByteArray, body);
     QFETCH(const QString, version);
-    VendorAnswer answer = answerWith(body);
-    answer.status = status;
-    m_world->vendor().setAnswer("/api/wayfarVersion", answer);
+    m_world->vendor().setAnswer("/api/wayfarVersion", answerWith(body, status));
     QCOMPARE(this->version().updateVersion(), std::optional(version));
 }
 
 void TestWayfarVersion::thePublishedVersionIsNothingWhenItCannotBeHad_data()
 {
-    QTest::addColumn<std::function<void(TestWorld &)>>("prepare");
-    const auto row = [](const char *name, const std::function<void(TestWorld &)> &prepare) {
-        QTest::newRow(name) << prepare;
-    };
-    row("network down", [](TestWorld &world) { world.goOffline(); });
-    row("connection lost", [](TestWorld &world) {
-        VendorAnswer answer = answerWith("1.2.6");
-        answer.resetAfter = 3;
-        world.vendor().setAnswer("/api/wayfarVersion", answer);
-    });
-    row("vendor not trusted", [](TestWorld &world) {
-        world.useVendor({.connectTo = world.vendor().connectTo()}); // with the system's authorities
-    });
-    row("no ASCII", [](TestWorld &world) { world.vendor().setPackVersion("1.2.6\xe2\x82\xac"); });
-    row("one byte of no ASCII", [](TestWorld &world) { world.vendor().setPackVersion("1.2.6\x80"); });
+    addOutages("1.2.6");
 }
 
 void TestWayfarVersion::thePublishedVersionIsNothingWhenItCannotBeHad()
 {
-    QFETCH(const std::function<void(TestWorld &)>, prepare);
-    prepare(*m_world);
+    QFETCH(const Outage, outage);
+    outage.strike(*m_world, "/api/wayfarVersion");
     QCOMPARE(version().updateVersion(), std::nullopt);
+}
+
+void TestWayfarVersion::thePublishedVersionIsNothingWhenItIsNoAscii()
+{
+    for (const QByteArray published : {"1.2.6\xe2\x82\xac", "1.2.6\x80"}) {
+        m_world->vendor().setPackVersion(published);
+        QCOMPARE(version().updateVersion(), std::nullopt);
+    }
 }
 
 void TestWayfarVersion::thePublishedVersionIsAskedForByABareGet()
 {
-    m_world->defaults().setObject(Preferences::userName.key, u"ann"_s);
-    m_world->defaults().setObject(Preferences::password.key, u"key"_s);
+    m_world->storeAccount(u"ann"_s, u"key"_s);
     QCOMPARE(version().updateVersion(), std::optional(u"1.2.6"_s));
-    QCOMPARE(m_world->vendor().requests().size(), 1);
+    QCOMPARE(askedOf(m_world->vendor()), QList<QByteArray>{"GET wayfar.example/api/wayfarVersion"});
     const VendorRequest request = m_world->vendor().requests().constFirst();
-    QCOMPARE(request.method, "GET");
-    QCOMPARE(request.path, "/api/wayfarVersion");
-    QCOMPARE(request.host, "wayfar.example");
-    QCOMPARE(request.body, "");
     QCOMPARE(request.headerCount("Content-Type"), 0);
     QCOMPARE(request.headerCount("Authorization"), 0);
 }
@@ -230,14 +202,17 @@ void TestWayfarVersion::installedAndPublishedAreTheSameOnlyToTheLetter_data()
     QTest::addColumn<QByteArray>("installed");
     QTest::addColumn<QByteArray>("published");
     QTest::addColumn<bool>("same");
-    QTest::newRow("same") << QByteArray("1.2.6") << QByteArray("1.2.6") << true;
-    QTest::newRow("same but for CR LF") << QByteArray("1.2.6\r") << QByteArray("1.2.6\r\n") << true;
-    QTest::newRow("older") << QByteArray("1.2.5") << QByteArray("1.2.6") << false;
-    QTest::newRow("newer") << QByteArray("1.2.7") << QByteArray("1.2.6") << false;
-    QTest::newRow("of equal worth as numbers") << QByteArray("1.2") << QByteArray("1.2.0") << false;
-    QTest::newRow("letter case") << QByteArray("1.2b") << QByteArray("1.2B") << false;
-    QTest::newRow("tab before the installed one") << QByteArray("\t1.2.6") << QByteArray("1.2.6") << false;
-    QTest::newRow("lone LF after the published one") << QByteArray("1.2.6") << QByteArray("1.2.6\n") << false;
+    const auto row = [](const char *name, const QByteArray &installed, const QByteArray &published, bool same) {
+        QTest::newRow(name) << installed << published << same;
+    };
+    row("same", "1.2.6", "1.2.6", true);
+    row("same but for CR LF", "1.2.6\r", "1.2.6\r\n", true);
+    row("older", "1.2.5", "1.2.6", false);
+    row("newer", "1.2.7", "1.2.6", false);
+    row("of equal worth as numbers", "1.2", "1.2.0", false);
+    row("letter case", "1.2b", "1.2B", false);
+    row("tab before the installed one", "\t1.2.6", "1.2.6", false);
+    row("lone LF after the published one", "1.2.6", "1.2.6\n", false);
 }
 
 void TestWayfarVersion::installedAndPublishedAreTheSameOnlyToTheLetter()

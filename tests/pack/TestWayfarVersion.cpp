@@ -21,10 +21,8 @@ private Q_SLOTS:
     void theFirstVersionLineTells();
 
     void theInstalledVersionIsReadBelowTheStoredGameFolder();
-    void theInstalledVersionIsNoneWithoutAVersionLine_data();
-    void theInstalledVersionIsNoneWithoutAVersionLine();
-    void theInstalledVersionIsNoneWithoutAReadableFile_data();
-    void theInstalledVersionIsNoneWithoutAReadableFile();
+    void theInstalledVersionIsNoneWithoutAReadableVersionLine_data();
+    void theInstalledVersionIsNoneWithoutAReadableVersionLine();
     void theUsualGameFolderIsLookedInWhenNoneIsStored();
 
     void thePublishedVersionIsTheWholeAnswer_data();
@@ -93,29 +91,14 @@ void TestWayfarVersion::theInstalledVersionIsReadBelowTheStoredGameFolder()
     QCOMPARE(version().localVersion(), u"7"_s);
 }
 
-void TestWayfarVersion::theInstalledVersionIsNoneWithoutAVersionLine_data()
+void TestWayfarVersion::theInstalledVersionIsNoneWithoutAReadableVersionLine_data()
 {
-    QTest::addColumn<QByteArray>("bytes");
-    QTest::newRow("empty file") << QByteArray();
-    QTest::newRow("no version line") << QByteArray("## Title: Trailbook\n");
-    QTest::newRow("no UTF-8") << QByteArray("## Title: Wegb\xfc"
-                                            "cher\n## Version: 1.2.6\n");
-    QTest::newRow("UTF-8 cut off at the end") << QByteArray("## Version: 1.2.6\n\xc3");
-    QTest::newRow("UTF-16") << QByteArray("\xff\xfe#\0#\0", 6);
-}
-
-void TestWayfarVersion::theInstalledVersionIsNoneWithoutAVersionLine()
-{
-    QFETCH(const QByteArray, bytes);
-    m_world->write(toc(), bytes);
-    QCOMPARE(version().localVersion(), u"none"_s);
-}
-
-void TestWayfarVersion::theInstalledVersionIsNoneWithoutAReadableFile_data()
-{
-    QTest::addColumn<std::function<void(const QString &)>>("prepare");
-    const auto row = [](const char *name, const std::function<void(const QString &)> &prepare) {
-        QTest::newRow(name) << prepare;
+    QTest::addColumn<std::function<void(const QString &)>>("put");
+    const auto row = [](const char *name, const std::function<void(const QString &)> &put) {
+        QTest::newRow(name) << put;
+    };
+    const auto file = [this, row](const char *name, const QByteArray &bytes) {
+        row(name, [this, bytes](const QString &path) { m_world->write(path, bytes); });
     };
     row("no game folder", [](const QString &) {});
     row("no file", [](const QString &path) { QDir().mkpath(QFileInfo(path).path()); });
@@ -124,12 +107,17 @@ void TestWayfarVersion::theInstalledVersionIsNoneWithoutAReadableFile_data()
         QDir().mkpath(QFileInfo(path).path());
         QFile::link(u"/nowhere/at/all"_s, path);
     });
+    file("empty file", "");
+    file("no version line", "## Title: Trailbook\n");
+    file("no UTF-8", QByteArray("## Title: Wegb\xfc") + "cher\n## Version: 1.2.6\n");
+    file("UTF-8 cut off at the end", "## Version: 1.2.6\n\xc3");
+    file("UTF-16", QByteArray("\xff\xfe#\0#\0", 6));
 }
 
-void TestWayfarVersion::theInstalledVersionIsNoneWithoutAReadableFile()
+void TestWayfarVersion::theInstalledVersionIsNoneWithoutAReadableVersionLine()
 {
-    QFETCH(const std::function<void(const QString &)>, prepare);
-    prepare(toc());
+    QFETCH(const std::function<void(const QString &)>, put);
+    put(toc());
     QCOMPARE(version().localVersion(), u"none"_s);
 }
 
@@ -146,16 +134,19 @@ void TestWayfarVersion::thePublishedVersionIsTheWholeAnswer_data()
     QTest::addColumn<int>("status");
     QTest::addColumn<QByteArray>("body");
     QTest::addColumn<QString>("version");
-    QTest::newRow("bare") << 200 << QByteArray("1.2.6") << u"1.2.6"_s;
-    QTest::newRow("CR LF at the end") << 200 << QByteArray("1.2.6\r\n") << u"1.2.6"_s;
-    QTest::newRow("CR LF anywhere") << 200 << QByteArray("\r\n1.\r\n2.6\r\n\r\n") << u"1.2.6"_s;
-    QTest::newRow("lone LF is kept") << 200 << QByteArray("1.2.6\n") << u"1.2.6\n"_s;
-    QTest::newRow("lone CR is kept") << 200 << QByteArray("1.2.6\r") << u"1.2.6\r"_s;
-    QTest::newRow("CR CR LF leaves a CR") << 200 << QByteArray("1.2.6\r\r\n") << u"1.2.6\r"_s;
-    QTest::newRow("blanks are kept") << 200 << QByteArray(" 1.2.6 ") << u" 1.2.6 "_s;
-    QTest::newRow("empty") << 200 << QByteArray() << u""_s;
-    QTest::newRow("an error page") << 404 << QByteArray("<h1>Not Found</h1>") << u"<h1>Not Found</h1>"_s;
-    QTest::newRow("an error without words") << 503 << QByteArray() << u""_s;
+    const auto row = [](const char *name, const QByteArray &body, const QString &version, int status = 200) {
+        QTest::newRow(name) << status << body << version;
+    };
+    row("bare", "1.2.6", u"1.2.6"_s);
+    row("CR LF at the end", "1.2.6\r\n", u"1.2.6"_s);
+    row("CR LF anywhere", "\r\n1.\r\n2.6\r\n\r\n", u"1.2.6"_s);
+    row("lone LF is kept", "1.2.6\n", u"1.2.6\n"_s);
+    row("lone CR is kept", "1.2.6\r", u"1.2.6\r"_s);
+    row("CR CR LF leaves a CR", "1.2.6\r\r\n", u"1.2.6\r"_s);
+    row("blanks are kept", " 1.2.6 ", u" 1.2.6 "_s);
+    row("empty", QByteArray(), u""_s);
+    row("an error page", "<h1>Not Found</h1>", u"<h1>Not Found</h1>"_s, 404);
+    row("an error without words", QByteArray(), u""_s, 503);
 }
 
 void TestWayfarVersion::thePublishedVersionIsTheWholeAnswer()

@@ -24,8 +24,6 @@ private Q_SLOTS:
     void aNewerVersionIsReportedAsItCame();
     void otherwiseNothingIsWritten_data();
     void otherwiseNothingIsWritten();
-    void theLogNamesBothVersionsUnshortened_data();
-    void theLogNamesBothVersionsUnshortened();
     void aVendorOutOfReachIsAnError_data();
     void aVendorOutOfReachIsAnError();
     void anAnswerWithoutAnAsciiTextIsAnError_data();
@@ -46,6 +44,12 @@ private:
             available = upgrade->updateAvailable(&m_error, &m_version);
         });
         return available;
+    }
+    // The log names both versions as they are, up to a null.
+    void verifyLog(const QByteArray &published, const QString &installed) const
+    {
+        QCOMPARE(m_log,
+                 "App Version Check --- Internal: " + installed.toUtf8() + " Web: " + published.constData() + '\n');
     }
     void verifyUnreachable()
     {
@@ -105,22 +109,27 @@ void TestInstallerVersionCheck::aNewerVersionIsReportedAsItCame()
     QVERIFY(check(installed));
     QVERIFY(!m_error);
     QCOMPARE(m_version, QString::fromLatin1(published));
+    verifyLog(published, installed);
 }
 
 void TestInstallerVersionCheck::otherwiseNothingIsWritten_data()
 {
     QTest::addColumn<QByteArray>("published");
     QTest::addColumn<QString>("installed");
-    QTest::newRow("the same") << QByteArray("1.2.6") << u"1.2.6"_s;
-    QTest::newRow("the same but for a zero group") << QByteArray("1.3.0") << u"1.3"_s;
-    QTest::newRow("the same but for the installed one's") << QByteArray("1.3") << u"1.3.0.0"_s;
-    QTest::newRow("the same but for leading zeros") << QByteArray("1.02.6") << u"1.2.6"_s;
-    QTest::newRow("older") << QByteArray("1.2.5") << u"1.2.6"_s;
-    QTest::newRow("nine before ten") << QByteArray("1.2.9") << u"1.2.10"_s;
-    QTest::newRow("one group less") << QByteArray("1.2") << u"1.2.6"_s;
-    QTest::newRow("nothing but a zero group") << QByteArray(".0") << u"1.2.6"_s;
-    QTest::newRow("a line end alone") << QByteArray("\n") << u"1.2.6"_s;
-    QTest::newRow("older by thirty digits") << QByteArray("9") << u"100000000000000000000000000000"_s;
+    const auto row = [](const char *name, const QByteArray &published, const QString &installed) {
+        QTest::newRow(name) << published << installed;
+    };
+    row("the same", "1.2.6", u"1.2.6"_s);
+    row("the same but for a zero group", "1.3.0", u"1.3"_s);
+    row("the same but for the installed one's", "1.3", u"1.3.0.0"_s);
+    row("the same but for leading zeros", "1.02.6", u"1.2.6"_s);
+    row("older", "1.2.5", u"1.2.6"_s);
+    row("nine before ten", "1.2.9", u"1.2.10"_s);
+    row("one group less", "1.2", u"1.2.6"_s);
+    row("nothing but a zero group", ".0", u"1.2.6"_s);
+    row("a line end alone", "\n", u"1.2.6"_s);
+    row("placeholders", "%@", u"%s%@"_s);
+    row("older by thirty digits", "9", u"100000000000000000000000000000"_s);
 }
 
 void TestInstallerVersionCheck::otherwiseNothingIsWritten()
@@ -134,28 +143,8 @@ void TestInstallerVersionCheck::otherwiseNothingIsWritten()
         QVERIFY(!check(installed));
         QCOMPARE(m_error, flag);
         QCOMPARE(m_version, before);
+        verifyLog(published, installed);
     }
-}
-
-void TestInstallerVersionCheck::theLogNamesBothVersionsUnshortened_data()
-{
-    QTest::addColumn<QByteArray>("published");
-    QTest::addColumn<QString>("installed");
-    QTest::addColumn<QByteArray>("line");
-    const QByteArray start = "App Version Check --- Internal: ";
-    QTest::newRow("newer") << QByteArray("1.3.0") << u"1.2.0"_s << start + "1.2.0 Web: 1.3.0\n";
-    QTest::newRow("the same") << QByteArray("1.3.0") << u"1.3"_s << start + "1.3 Web: 1.3.0\n";
-    QTest::newRow("older") << QByteArray("1.0.0") << u"1.2.6"_s << start + "1.2.6 Web: 1.0.0\n";
-    QTest::newRow("placeholders") << QByteArray("%@") << u"%s%@"_s << start + "%s%@ Web: %@\n";
-}
-
-void TestInstallerVersionCheck::theLogNamesBothVersionsUnshortened()
-{
-    QFETCH(const QByteArray, published);
-    QFETCH(const QString, installed);
-    m_world->vendor().setInstallerVersion(published);
-    check(installed);
-    QTEST(m_log, "line");
 }
 
 void TestInstallerVersionCheck::aVendorOutOfReachIsAnError_data()

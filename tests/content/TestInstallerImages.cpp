@@ -47,9 +47,7 @@ private Q_SLOTS:
     void cleanup() { m_world.reset(); }
 
     void eachBannerComesFromItsOwnAddress();
-    void theBytesComeAsTheVendorSentThem_data();
     void theBytesComeAsTheVendorSentThem();
-    void anAddressThatCannotBeAskedGivesNothing_data();
     void anAddressThatCannotBeAskedGivesNothing();
     void picturesAreDecodedWhateverTheirNameTypeAndStatus_data();
     void picturesAreDecodedWhateverTheirNameTypeAndStatus();
@@ -80,37 +78,23 @@ void TestInstallerImages::eachBannerComesFromItsOwnAddress()
                                 "GET wayfar.example/installer/banners/large.png"}));
 }
 
-void TestInstallerImages::theBytesComeAsTheVendorSentThem_data()
-{
-    QTest::addColumn<QByteArray>("body");
-    QTest::addColumn<int>("status");
-    QTest::newRow("a picture") << encoded(picture()) << 200;
-    QTest::newRow("no bytes at all") << QByteArray("") << 200;
-    QTest::newRow("a page for a missing file") << QByteArray("<html>Not found\0</html>", 23) << 404;
-    QTest::newRow("a server's error") << QByteArray("broken") << 500;
-}
-
 void TestInstallerImages::theBytesComeAsTheVendorSentThem()
 {
-    QFETCH(const QByteArray, body);
-    QFETCH(const int, status);
-    m_world->vendor().setAnswer("/any", answerWith(body, status));
-    QCOMPARE(InstallerImages::downloadImage(m_world->loader(), u"https://wayfar.example/any"_s), std::optional(body));
-}
-
-void TestInstallerImages::anAddressThatCannotBeAskedGivesNothing_data()
-{
-    QTest::addColumn<QString>("url");
-    QTest::newRow("empty") << QString();
-    QTest::newRow("no address") << u"not an address"_s;
-    QTest::newRow("without TLS") << u"http://wayfar.example/any"_s;
-    QTest::newRow("a file") << u"file:///etc/hostname"_s;
+    const QList<VendorAnswer> answers = {answerWith(encoded(picture())), answerWith(""),
+                                         answerWith(QByteArray("<html>Not found\0</html>", 23), 404),
+                                         answerWith("broken", 500)};
+    for (const VendorAnswer &answer : answers) {
+        m_world->vendor().setAnswer("/any", answer);
+        QCOMPARE(InstallerImages::downloadImage(m_world->loader(), u"https://wayfar.example/any"_s),
+                 std::optional(answer.body));
+    }
 }
 
 void TestInstallerImages::anAddressThatCannotBeAskedGivesNothing()
 {
-    QFETCH(const QString, url);
-    QCOMPARE(InstallerImages::downloadImage(m_world->loader(), url), std::nullopt);
+    for (const QString &url :
+         {QString(), u"not an address"_s, u"http://wayfar.example/any"_s, u"file:///etc/hostname"_s})
+        QCOMPARE(InstallerImages::downloadImage(m_world->loader(), url), std::nullopt);
     QVERIFY(m_world->vendor().requests().isEmpty());
 }
 

@@ -31,8 +31,6 @@ private Q_SLOTS:
     void thePublishedVersionIsNothingWhenItCannotBeHad();
     void thePublishedVersionIsNothingWhenItIsNoAscii();
     void thePublishedVersionIsAskedForByABareGet();
-    void installedAndPublishedAreTheSameOnlyToTheLetter_data();
-    void installedAndPublishedAreTheSameOnlyToTheLetter();
 
 private:
     WayfarVersion version() { return {m_world->defaults(), m_world->loader(), m_world->site()}; }
@@ -186,33 +184,6 @@ void TestWayfarVersion::thePublishedVersionIsAskedForByABareGet()
     const VendorRequest request = m_world->vendor().requests().constFirst();
     QCOMPARE(request.headerCount("Content-Type"), 0);
     QCOMPARE(request.headerCount("Authorization"), 0);
-}
-
-void TestWayfarVersion::installedAndPublishedAreTheSameOnlyToTheLetter_data()
-{
-    QTest::addColumn<QByteArray>("installed");
-    QTest::addColumn<QByteArray>("published");
-    QTest::addColumn<bool>("same");
-    const auto row = [](const char *name, const QByteArray &installed, const QByteArray &published, bool same) {
-        QTest::newRow(name) << installed << published << same;
-    };
-    row("same", "1.2.6", "1.2.6", true);
-    row("same but for CR LF", "1.2.6\r", "1.2.6\r\n", true);
-    row("older", "1.2.5", "1.2.6", false);
-    row("newer", "1.2.7", "1.2.6", false);
-    row("of equal worth as numbers", "1.2", "1.2.0", false);
-    row("letter case", "1.2b", "1.2B", false);
-    row("tab before the installed one", "\t1.2.6", "1.2.6", false);
-    row("lone LF after the published one", "1.2.6", "1.2.6\n", false);
-}
-
-void TestWayfarVersion::installedAndPublishedAreTheSameOnlyToTheLetter()
-{
-    QFETCH(const QByteArray, installed);
-    QFETCH(const QByteArray, published);
-    m_world->installPack(installed);
-    m_world->vendor().setPackVersion(published);
-    QTEST(std::optional(version().localVersion()) == version().updateVersion(), "same");
 }
 
 QTEST_GUILESS_MAIN(TestWayfarVersion)

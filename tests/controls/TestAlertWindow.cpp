@@ -1,16 +1,15 @@
 #include "controls/AlertWindow.h"
 
 #include "controls/Waiting.h"
+#include "support/MarkupTexts.h"
 #include "support/Modal.h"
 #include "support/WindowSystem.h"
 
 #include <QApplication>
-#include <QLabel>
 #include <QMessageBox>
 #include <QPushButton>
 #include <QScreen>
 #include <QTest>
-#include <QTextDocument>
 
 #include <functional>
 #include <thread>
@@ -51,17 +50,6 @@ void shut(QMessageBox &box)
 Deed type(Qt::Key key)
 {
     return [key](QMessageBox &box) { QTest::keyClick(&box, key); };
-}
-
-// What the label lets the player read.
-QString shownText(const QLabel &label)
-{
-    const Qt::TextFormat format = label.textFormat();
-    if (format == Qt::PlainText || (format == Qt::AutoText && !Qt::mightBeRichText(label.text())))
-        return label.text();
-    QTextDocument document;
-    document.setHtml(label.text());
-    return document.toPlainText();
 }
 
 const AlertContent question = {.messageText = u"A new version is available."_s,
@@ -117,12 +105,7 @@ void TestAlertWindow::aPlainAlertHasOneButton()
 
 void TestAlertWindow::markupIsShownAsItStands_data()
 {
-    QTest::addColumn<QString>("text");
-
-    QTest::newRow("tags") << u"<b>bold</b><img src='https://wayfar.example/x.png'>"_s;
-    QTest::newRow("a link") << u"<a href=\"https://wayfar.example\">press here</a>"_s;
-    QTest::newRow("a whole page") << u"<!DOCTYPE html><html><body>502</body></html>"_s;
-    QTest::newRow("entities") << u"&lt;b&gt; Tom & Jerry"_s;
+    addMarkupTexts();
     QTest::newRow("lines and blanks") << u"cp: cannot create\n  '/x  y': Permission denied"_s;
 }
 
@@ -133,7 +116,7 @@ void TestAlertWindow::markupIsShownAsItStands()
         QStringList shown;
         for (const QLabel *label : box.findChildren<QLabel *>()) {
             if (!label->text().isEmpty())
-                shown.append(shownText(*label));
+                shown.append(readBack(label->text(), label->textFormat()));
         }
         QCOMPARE(shown, QStringList({text, text}));
         shut(box);

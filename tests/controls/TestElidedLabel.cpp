@@ -1,10 +1,10 @@
 #include "controls/ElidedLabel.h"
 
+#include "support/MarkupTexts.h"
+
 #include <QApplication>
 #include <QFontMetrics>
-#include <QLabel>
 #include <QTest>
-#include <QTextDocument>
 
 using namespace Qt::StringLiterals;
 
@@ -35,16 +35,6 @@ QImage plainPictureOf(const QString &text, const QSize &size)
     label.setAlignment(Qt::AlignLeft | Qt::AlignVCenter);
     label.setIndent(0);
     return picture(label, size);
-}
-
-// What a tool tip lets the player read.
-QString shownByToolTip(const QString &text)
-{
-    if (!Qt::mightBeRichText(text))
-        return text;
-    QTextDocument document;
-    document.setHtml(text);
-    return document.toPlainText();
 }
 } // namespace
 
@@ -80,15 +70,8 @@ void TestElidedLabel::itKeepsTheWholeTextAndTellsAssistiveTools()
 
 void TestElidedLabel::markupIsShownAsItStands_data()
 {
-    QTest::addColumn<QString>("text");
-
+    addMarkupTexts();
     QTest::newRow("plain") << u"Logged in as ann..."_s;
-    QTest::newRow("tags") << u"<b>1.2.6</b>"_s;
-    QTest::newRow("a link") << u"<a href=\"https://wayfar.example\">here</a>"_s;
-    QTest::newRow("a page") << u"<!DOCTYPE html><html><body>502</body></html>"_s;
-    QTest::newRow("an entity") << u"1 &lt; 2"_s;
-    QTest::newRow("an ampersand") << u"Logged in as Tom & Jerry..."_s;
-    QTest::newRow("quotes") << u"He said \"1.2.6\" & 'x'"_s;
 }
 
 void TestElidedLabel::markupIsShownAsItStands()
@@ -96,7 +79,7 @@ void TestElidedLabel::markupIsShownAsItStands()
     QFETCH(const QString, text);
     const QSize room(700, 30);
     QCOMPARE(pictureOf(text, room), plainPictureOf(text, room));
-    QCOMPARE(shownByToolTip(Label(text).toolTip()), text);
+    QCOMPARE(readBack(Label(text).toolTip()), text);
 }
 
 void TestElidedLabel::whereTheRoomEndsAnEllipsisStands()
@@ -106,7 +89,7 @@ void TestElidedLabel::whereTheRoomEndsAnEllipsisStands()
     const QString cut = QFontMetrics(QApplication::font("QFrame")).elidedText(text, Qt::ElideRight, room.width());
     QVERIFY(cut.endsWith(u'…'));
     QCOMPARE(pictureOf(text, room), plainPictureOf(cut, room));
-    QCOMPARE(shownByToolTip(Label(text).toolTip()), text);
+    QCOMPARE(readBack(Label(text).toolTip()), text);
 }
 
 void TestElidedLabel::linesBecomeOne()

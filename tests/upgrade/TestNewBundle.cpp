@@ -52,5 +52,5 @@ void TestNewBundle::aBundleAtTheRootHasItsNeighbourThere()
     QCOMPARE(NewBundle::of(u"1.3"_s, update, u"/Old.app"_s).destination, OptionalPath("/WayfarRoutes_1.3.app"));
 }
 
-QTEST_APPLESS_MAIN(TestNewBundle)
+QTEST_GUILESS_MAIN(TestNewBundle)
 #include "TestNewBundle.moc"

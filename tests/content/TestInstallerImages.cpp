@@ -1,14 +1,11 @@
-#include "support/Answers.h"
-#include "support/TestWorld.h"
-
 #include "content/InstallerImages.h"
+
 #include "resources/Pictures.h"
+#include "support/Outages.h"
 
 #include <QBuffer>
 #include <QImageWriter>
-#include <QPainter>
 #include <QTest>
-#include <QThread>
 
 using namespace Qt::StringLiterals;
 
@@ -46,17 +43,14 @@ class TestInstallerImages : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void init();
-    void cleanup();
+    void init() { m_world = std::make_unique<TestWorld>(); }
+    void cleanup() { m_world.reset(); }
 
     void eachBannerComesFromItsOwnAddress();
-    void theBytesComeAsTheVendorSentThem_data();
     void theBytesComeAsTheVendorSentThem();
-    void anAddressThatCannotBeAskedGivesNothing_data();
     void anAddressThatCannotBeAskedGivesNothing();
-    void picturesAreDecodedWhateverTheirNameAndType_data();
-    void picturesAreDecodedWhateverTheirNameAndType();
-    void anErrorStatusWithAPictureIsAPicture();
+    void picturesAreDecodedWhateverTheirNameTypeAndStatus_data();
+    void picturesAreDecodedWhateverTheirNameTypeAndStatus();
     void whatIsNoPictureLeavesTheBannerEmpty_data();
     void whatIsNoPictureLeavesTheBannerEmpty();
     void aBannerHasAtMostSixteenMillionPixels_data();
@@ -64,8 +58,6 @@ private Q_SLOTS:
     void aTransportErrorGivesTheBuiltInPicture_data();
     void aTransportErrorGivesTheBuiltInPicture();
     void nothingIsRetriedOrKept();
-    void theBuiltInPicturesAreThere();
-    void anyThreadWillDo();
 
 private:
     QImage small() { return InstallerImages::downloadSmallImage(m_world->loader(), m_world->site()); }
@@ -74,16 +66,6 @@ private:
     std::unique_ptr<TestWorld> m_world;
 };
 
-void TestInstallerImages::init()
-{
-    m_world = std::make_unique<TestWorld>();
-}
-
-void TestInstallerImages::cleanup()
-{
-    m_world.reset();
-}
-
 void TestInstallerImages::eachBannerComesFromItsOwnAddress()
 {
     const QImage one = picture({10, 20});
@@ -91,55 +73,32 @@ void TestInstallerImages::eachBannerComesFromItsOwnAddress()
     m_world->vendor().setBanners(encoded(one), encoded(two));
     QCOMPARE(small(), one);
     QCOMPARE(large(), two);
-
-    const QList<VendorRequest> requests = m_world->vendor().requests();
-    QCOMPARE(requests.size(), 2);
-    QCOMPARE(requests.at(0).path, smallPath);
-    QCOMPARE(requests.at(1).path, largePath);
-    for (const VendorRequest &request : requests) {
-        QCOMPARE(request.method, "GET");
-        QCOMPARE(request.host, "wayfar.example");
-        QCOMPARE(request.body, QByteArray());
-    }
-}
-
-void TestInstallerImages::theBytesComeAsTheVendorSentThem_data()
-{
-    QTest::addColumn<QByteArray>("body");
-    QTest::addColumn<int>("status");
-    QTest::newRow("a picture") << encoded(picture()) << 200;
-    QTest::newRow("no bytes at all") << QByteArray("") << 200;
-    QTest::newRow("a page for a missing file") << QByteArray("<html>Not found\0</html>", 23) << 404;
-    QTest::newRow("a server's error") << QByteArray("broken") << 500;
+    QCOMPARE(askedOf(m_world->vendor()),
+             (QList<QByteArray>{"GET wayfar.example/installer/banners/small.png",
+                                "GET wayfar.example/installer/banners/large.png"}));
 }
 
 void TestInstallerImages::theBytesComeAsTheVendorSentThem()
 {
-    QFETCH(const QByteArray, body);
-    QFETCH(const int, status);
-    VendorAnswer answer = answerWith(body);
-    answer.status = status;
-    m_world->vendor().setAnswer("/any", answer);
-    QCOMPARE(InstallerImages::downloadImage(m_world->loader(), u"https://wayfar.example/any"_s), std::optional(body));
-}
-
-void TestInstallerImages::anAddressThatCannotBeAskedGivesNothing_data()
-{
-    QTest::addColumn<QString>("url");
-    QTest::newRow("empty") << QString();
-    QTest::newRow("no address") << u"not an address"_s;
-    QTest::newRow("without TLS") << u"http://wayfar.example/any"_s;
-    QTest::newRow("a file") << u"file:///etc/hostname"_s;
+    const QList<VendorAnswer> answers = {answerWith(encoded(picture())), answerWith(""),
+                                         answerWith(QByteArray("<html>Not found\0</html>", 23), 404),
+                                         answerWith("broken", 500)};
+    for (const VendorAnswer &answer : answers) {
+        m_world->vendor().setAnswer("/any", answer);
+        QCOMPARE(InstallerImages::downloadImage(m_world->loader(), u"https://wayfar.example/any"_s),
+                 std::optional(answer.body));
+    }
 }
 
 void TestInstallerImages::anAddressThatCannotBeAskedGivesNothing()
 {
-    QFETCH(const QString, url);
-    QCOMPARE(InstallerImages::downloadImage(m_world->loader(), url), std::nullopt);
+    for (const QString &url :
+         {QString(), u"not an address"_s, u"http://wayfar.example/any"_s, u"file:///etc/hostname"_s})
+        QCOMPARE(InstallerImages::downloadImage(m_world->loader(), url), std::nullopt);
     QVERIFY(m_world->vendor().requests().isEmpty());
 }
 
-void TestInstallerImages::picturesAreDecodedWhateverTheirNameAndType_data()
+void TestInstallerImages::picturesAreDecodedWhateverTheirNameTypeAndStatus_data()
 {
     QTest::addColumn<QByteArray>("body");
     QTest::addColumn<QSize>("size");
@@ -151,24 +110,16 @@ void TestInstallerImages::picturesAreDecodedWhateverTheirNameAndType_data()
     QTest::newRow("bytes behind the picture") << encoded(picture()) + "more" << QSize(120, 30);
 }
 
-void TestInstallerImages::picturesAreDecodedWhateverTheirNameAndType()
+void TestInstallerImages::picturesAreDecodedWhateverTheirNameTypeAndStatus()
 {
     QFETCH(const QByteArray, body);
     QFETCH(const QSize, size);
     for (const char *type : {"image/png", "text/html", "image/svg+xml"}) {
-        VendorAnswer answer = answerWith(body);
+        VendorAnswer answer = answerWith(body, 404);
         answer.contentType = type;
         m_world->vendor().setAnswer(smallPath, answer);
         QCOMPARE(small().size(), size);
     }
-}
-
-void TestInstallerImages::anErrorStatusWithAPictureIsAPicture()
-{
-    VendorAnswer answer = answerWith(encoded(picture()));
-    answer.status = 404;
-    m_world->vendor().setAnswer(largePath, answer);
-    QCOMPARE(large(), picture());
 }
 
 void TestInstallerImages::whatIsNoPictureLeavesTheBannerEmpty_data()
@@ -218,73 +169,29 @@ void TestInstallerImages::aBannerHasAtMostSixteenMillionPixels()
 
 void TestInstallerImages::aTransportErrorGivesTheBuiltInPicture_data()
 {
-    QTest::addColumn<VendorAnswer>("answer");
-    QTest::addColumn<bool>("online");
-    const QByteArray body = encoded(picture());
-    QTest::newRow("no network") << VendorAnswer() << false;
-    VendorAnswer refused;
-    refused.resetAfter = -1;
-    QTest::newRow("a connection reset at once") << refused << true;
-    VendorAnswer cut = answerWith(body);
-    cut.resetAfter = body.size() - 1;
-    QTest::newRow("a connection reset in the picture") << cut << true;
-    VendorAnswer shorter = answerWith(body);
-    shorter.announcedLength = body.size() + 10;
-    QTest::newRow("fewer bytes than announced") << shorter << true;
-    VendorAnswer silent = answerWith(body);
-    silent.stallAfter = 0;
-    QTest::newRow("a vendor that falls silent") << silent << true;
-    VendorAnswer endless = answerWith(body);
-    endless.filler = UrlLoader::MostInMemory;
-    QTest::newRow("more than fits in memory") << endless << true;
+    addOutages(encoded(picture()));
 }
 
 void TestInstallerImages::aTransportErrorGivesTheBuiltInPicture()
 {
-    QFETCH(const VendorAnswer, answer);
-    QFETCH(const bool, online);
-    UrlLoaderSettings impatient = m_world->network();
-    impatient.idleSeconds = 1;
-    m_world->useVendor(impatient);
-    if (!online)
-        m_world->goOffline();
-    m_world->vendor().setAnswer(smallPath, answer);
-    m_world->vendor().setAnswer(largePath, answer);
+    QFETCH(const Outage, outage);
+    outage.strike(*m_world, smallPath);
     QCOMPARE(standardErrorOf([this] { QCOMPARE(small(), Pictures::imageNamed(u"small"_s)); }), QByteArray());
-    QCOMPARE(large(), Pictures::imageNamed(u"large"_s));
 }
 
 void TestInstallerImages::nothingIsRetriedOrKept()
 {
-    VendorAnswer refused;
-    refused.resetAfter = -1;
-    m_world->vendor().queueAnswer(smallPath, refused);
-    m_world->vendor().setAnswer(smallPath, answerWith(encoded(picture())));
-    QCOMPARE(small(), Pictures::imageNamed(u"small"_s));
-    QCOMPARE(m_world->vendor().requests(smallPath).size(), 1);
-    QCOMPARE(small(), picture());
-    QCOMPARE(small(), picture());
-    QCOMPARE(m_world->vendor().requests(smallPath).size(), 3);
+    m_world->vendor().queueAnswer(largePath, brokenOff());
+    m_world->vendor().setAnswer(largePath, answerWith(encoded(picture())));
+    const QImage builtIn = Pictures::imageNamed(u"large"_s);
+    QVERIFY(!builtIn.isNull());
+    QVERIFY(builtIn.size() != Pictures::imageNamed(u"small"_s).size());
+    QCOMPARE(large(), builtIn);
+    QCOMPARE(m_world->vendor().requests().size(), 1);
+    QCOMPARE(large(), picture());
+    QCOMPARE(large(), picture());
+    QCOMPARE(m_world->vendor().requests().size(), 3);
     QVERIFY(!QFile::exists(m_world->supportFolder()));
-}
-
-void TestInstallerImages::theBuiltInPicturesAreThere()
-{
-    const QImage builtInSmall = Pictures::imageNamed(u"small"_s);
-    const QImage builtInLarge = Pictures::imageNamed(u"large"_s);
-    QVERIFY(!builtInSmall.isNull());
-    QVERIFY(!builtInLarge.isNull());
-    QVERIFY(builtInSmall.size() != builtInLarge.size());
-}
-
-void TestInstallerImages::anyThreadWillDo()
-{
-    m_world->vendor().setBanners(encoded(picture()), encoded(picture()));
-    QImage shown;
-    const std::unique_ptr<QThread> worker(QThread::create([&] { shown = large(); }));
-    worker->start();
-    QVERIFY(worker->wait(10000));
-    QCOMPARE(shown, picture());
 }
 
 QTEST_GUILESS_MAIN(TestInstallerImages)

@@ -10,19 +10,15 @@ class TestRSSFeed : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void init();
-    void cleanup();
+    void init() { m_feed = std::make_unique<RSSFeed>(m_loader, VendorSite()); }
 
-    void aFreshFeedIsEmpty();
     void textBeforeAnyElementIsIgnored();
     void theLastStartedElementIsTheCurrentOne();
     void piecesOfATitleAreJoined();
-    void linksAreAccepted_data();
-    void linksAreAccepted();
-    void datesAreAccepted_data();
-    void datesAreAccepted();
-    void textOfOtherElementsIsIgnored_data();
-    void textOfOtherElementsIsIgnored();
+    void linksAndDatesAreAccepted_data();
+    void linksAndDatesAreAccepted();
+    void otherElementsChangeNothing_data();
+    void otherElementsChangeNothing();
     void whiteSpaceBehindAnElementIsStillItsText();
     void aTitleNeedsLinkAndDate_data();
     void aTitleNeedsLinkAndDate();
@@ -30,56 +26,50 @@ private Q_SLOTS:
     void aTitleWithoutTextReadsNull();
     void theEndOfAnyElementEndsATitleThatWasStartedLast();
     void aTitleThatHoldsAnElementMakesNoLine();
-    void theEndOfOtherElementsChangesNothing_data();
-    void theEndOfOtherElementsChangesNothing();
     void nothingIsEscapedAndNoPlaceholderFilledTwice();
     void thereIsNoLimitOnLines();
 
 private:
-    void element(const QString &name, const QString &text);
-    void start(const QString &name, const QString &text);
+    void start(const QString &name, const QString &text)
+    {
+        m_feed->parserDidStartElement(name);
+        m_feed->parserFoundCharacters(text);
+    }
+    void element(const QString &name, const QString &text)
+    {
+        start(name, text);
+        m_feed->parserDidEndElement();
+    }
+    void linkAndDate()
+    {
+        element(u"link"_s, u"http://a/1"_s);
+        element(u"pubDate"_s, u"Mon, 03 Jun 2024"_s);
+    }
+    // The title, the link and the date that are kept, each "-" when there is none.
+    QStringList kept() const
+    {
+        const QString none = u"-"_s;
+        return {m_feed->currentTitle().value_or(none), m_feed->currentURL().value_or(none),
+                m_feed->currentPubDate().value_or(none)};
+    }
+    QString lineOf(const QString &title) const
+    {
+        return FeedPages::line(u"http://a/1"_s, title, u"Mon, 03 Jun 2024"_s);
+    }
 
-    std::unique_ptr<UrlLoader> m_loader;
+    UrlLoader m_loader;
     std::unique_ptr<RSSFeed> m_feed;
 };
 
-void TestRSSFeed::init()
-{
-    m_loader = std::make_unique<UrlLoader>();
-    m_feed = std::make_unique<RSSFeed>(*m_loader, VendorSite());
-}
-
-void TestRSSFeed::cleanup()
-{
-    m_feed.reset();
-}
-
-void TestRSSFeed::start(const QString &name, const QString &text)
-{
-    m_feed->parserDidStartElement(name);
-    m_feed->parserFoundCharacters(text);
-}
-
-void TestRSSFeed::element(const QString &name, const QString &text)
-{
-    start(name, text);
-    m_feed->parserDidEndElement();
-}
-
-void TestRSSFeed::aFreshFeedIsEmpty()
-{
-    QCOMPARE(m_feed->currentElement(), std::nullopt);
-    QCOMPARE(m_feed->currentTitle(), std::nullopt);
-    QCOMPARE(m_feed->currentURL(), std::nullopt);
-    QCOMPARE(m_feed->currentPubDate(), std::nullopt);
-    QVERIFY(m_feed->htmlString().isEmpty());
-}
-
 void TestRSSFeed::textBeforeAnyElementIsIgnored()
 {
-    m_feed->parserFoundCharacters(u"http://wayfar.example/1"_s);
-    m_feed->parserDidEndElement();
-    aFreshFeedIsEmpty();
+    for (int time = 0; time < 2; ++time) {
+        QCOMPARE(m_feed->currentElement(), std::nullopt);
+        QCOMPARE(kept(), (QStringList{u"-"_s, u"-"_s, u"-"_s}));
+        QVERIFY(m_feed->htmlString().isEmpty());
+        m_feed->parserFoundCharacters(u"http://wayfar.example/1"_s);
+        m_feed->parserDidEndElement();
+    }
 }
 
 void TestRSSFeed::theLastStartedElementIsTheCurrentOne()
@@ -103,72 +93,57 @@ void TestRSSFeed::piecesOfATitleAreJoined()
     QCOMPARE(m_feed->currentTitle(), u"Salt & cedar\n  "_s);
 }
 
-void TestRSSFeed::linksAreAccepted_data()
+void TestRSSFeed::linksAndDatesAreAccepted_data()
 {
+    QTest::addColumn<QString>("element");
     QTest::addColumn<QStringList>("pieces");
-    QTest::addColumn<QString>("link");
-    const QString none;
-    QTest::newRow("http") << QStringList{u"http://a/1"_s} << u"http://a/1"_s;
-    QTest::newRow("https") << QStringList{u"https://a/1"_s} << u"https://a/1"_s;
-    QTest::newRow("whatever begins with http") << QStringList{u"httpd is no address"_s} << u"httpd is no address"_s;
-    QTest::newRow("the four letters alone") << QStringList{u"http"_s} << u"http"_s;
-    QTest::newRow("three letters") << QStringList{u"htt"_s} << none;
-    QTest::newRow("another scheme") << QStringList{u"ftp://a/1"_s} << none;
-    QTest::newRow("capital letters") << QStringList{u"HTTP://a/1"_s} << none;
-    QTest::newRow("a blank first") << QStringList{u" http://a/1"_s} << none;
-    QTest::newRow("a line break first") << QStringList{u"\nhttp://a/1"_s} << none;
-    QTest::newRow("a later link replaces") << QStringList{u"http://a/1"_s, u"http://a/2"_s} << u"http://a/2"_s;
-    QTest::newRow("the rest after an entity is lost")
-        << QStringList{u"http://a/?x=1"_s, u"&"_s, u"y=2"_s} << u"http://a/?x=1"_s;
-    QTest::newRow("unless it is an address itself")
-        << QStringList{u"http://a/?to="_s, u"&"_s, u"http://b/"_s} << u"http://b/"_s;
-    QTest::newRow("what is refused leaves the last one") << QStringList{u"http://a/1"_s, u"/2"_s} << u"http://a/1"_s;
-    QTest::newRow("blanks behind it stay") << QStringList{u"http://a/1 \n"_s} << u"http://a/1 \n"_s;
+    QTest::addColumn<QString>("accepted");
+    const QString none = u"-"_s;
+    const auto link = [](const char *name, const QStringList &pieces, const QString &accepted) {
+        QTest::newRow(name) << u"link"_s << pieces << accepted;
+    };
+    link("http", {u"http://a/1"_s}, u"http://a/1"_s);
+    link("https", {u"https://a/1"_s}, u"https://a/1"_s);
+    link("whatever begins with http", {u"httpd is no address"_s}, u"httpd is no address"_s);
+    link("the four letters alone", {u"http"_s}, u"http"_s);
+    link("three letters", {u"htt"_s}, none);
+    link("another scheme", {u"ftp://a/1"_s}, none);
+    link("capital letters", {u"HTTP://a/1"_s}, none);
+    link("a blank first", {u" http://a/1"_s}, none);
+    link("a line break first", {u"\nhttp://a/1"_s}, none);
+    link("the rest after an entity is lost", {u"http://a/?x=1"_s, u"&"_s, u"y=2"_s}, u"http://a/?x=1"_s);
+    link("unless it is an address itself", {u"http://a/?to="_s, u"&"_s, u"http://b/"_s}, u"http://b/"_s);
+    link("blanks behind it stay", {u"http://a/1 \n"_s}, u"http://a/1 \n"_s);
+
+    const auto date = [](const char *name, const QStringList &pieces, const QString &accepted) {
+        QTest::newRow(name) << u"pubDate"_s << pieces << accepted;
+    };
+    const QString monday = u"Mon, 03 Jun 2024"_s;
+    const QString threePairs = u"\U0001F5FB\U0001F5FB\U0001F5FB"_s;
+    date("a date", {monday}, monday);
+    date("five characters", {u"12:30"_s}, none);
+    date("six characters", {u"12:300"_s}, u"12:300"_s);
+    date("five leave the one before", {monday, u"12:30"_s}, monday);
+    date("a later date replaces", {monday, u"Tue, 04 Jun"_s}, u"Tue, 04 Jun"_s);
+    date("five blanks leave it", {monday, u"\n    "_s}, monday);
+    date("six blanks replace it", {monday, u"\n     "_s}, u"\n     "_s);
+    date("five letters of two bytes", {u"ééééé"_s}, none);
+    date("three pairs of surrogates are six characters", {threePairs}, threePairs);
 }
 
-void TestRSSFeed::linksAreAccepted()
+void TestRSSFeed::linksAndDatesAreAccepted()
 {
+    QFETCH(const QString, element);
     QFETCH(const QStringList, pieces);
-    QFETCH(const QString, link);
-    m_feed->parserDidStartElement(u"link"_s);
+    QFETCH(const QString, accepted);
+    m_feed->parserDidStartElement(element);
     for (const QString &piece : pieces)
         m_feed->parserFoundCharacters(piece);
-    QCOMPARE(m_feed->currentURL(), link.isNull() ? std::nullopt : std::optional(link));
-    QCOMPARE(m_feed->currentTitle(), std::nullopt);
-    QCOMPARE(m_feed->currentPubDate(), std::nullopt);
+    const bool isLink = element == u"link";
+    QCOMPARE(kept(), (QStringList{u"-"_s, isLink ? accepted : u"-"_s, isLink ? u"-"_s : accepted}));
 }
 
-void TestRSSFeed::datesAreAccepted_data()
-{
-    QTest::addColumn<QStringList>("pieces");
-    QTest::addColumn<QString>("date");
-    const QString none;
-    const QString date = u"Mon, 03 Jun 2024"_s;
-    QTest::newRow("a date") << QStringList{date} << date;
-    QTest::newRow("five characters") << QStringList{u"12:30"_s} << none;
-    QTest::newRow("six characters") << QStringList{u"12:300"_s} << u"12:300"_s;
-    QTest::newRow("five leave the one before") << QStringList{date, u"12:30"_s} << date;
-    QTest::newRow("a later date replaces") << QStringList{date, u"Tue, 04 Jun"_s} << u"Tue, 04 Jun"_s;
-    QTest::newRow("five blanks leave it") << QStringList{date, u"\n    "_s} << date;
-    QTest::newRow("six blanks replace it") << QStringList{date, u"\n     "_s} << u"\n     "_s;
-    QTest::newRow("five letters of two bytes") << QStringList{u"ééééé"_s} << none;
-    QTest::newRow("three pairs of surrogates are six characters")
-        << QStringList{u"\U0001F5FB\U0001F5FB\U0001F5FB"_s} << u"\U0001F5FB\U0001F5FB\U0001F5FB"_s;
-}
-
-void TestRSSFeed::datesAreAccepted()
-{
-    QFETCH(const QStringList, pieces);
-    QFETCH(const QString, date);
-    m_feed->parserDidStartElement(u"pubDate"_s);
-    for (const QString &piece : pieces)
-        m_feed->parserFoundCharacters(piece);
-    QCOMPARE(m_feed->currentPubDate(), date.isNull() ? std::nullopt : std::optional(date));
-    QCOMPARE(m_feed->currentTitle(), std::nullopt);
-    QCOMPARE(m_feed->currentURL(), std::nullopt);
-}
-
-void TestRSSFeed::textOfOtherElementsIsIgnored_data()
+void TestRSSFeed::otherElementsChangeNothing_data()
 {
     QTest::addColumn<QString>("name");
     for (const char *name : {"item", "description", "guid", "atom:link", "media:title", "dc:date", "Title", "LINK",
@@ -176,13 +151,16 @@ void TestRSSFeed::textOfOtherElementsIsIgnored_data()
         QTest::newRow(name) << QString::fromLatin1(name);
 }
 
-void TestRSSFeed::textOfOtherElementsIsIgnored()
+void TestRSSFeed::otherElementsChangeNothing()
 {
     QFETCH(const QString, name);
     element(name, u"http://wayfar.example/1"_s);
-    QCOMPARE(m_feed->currentTitle(), std::nullopt);
-    QCOMPARE(m_feed->currentURL(), std::nullopt);
-    QCOMPARE(m_feed->currentPubDate(), std::nullopt);
+    QCOMPARE(kept(), (QStringList{u"-"_s, u"-"_s, u"-"_s}));
+    linkAndDate();
+    element(name, u"http://wayfar.example/1"_s);
+    QCOMPARE(m_feed->currentElement(), name);
+    QCOMPARE(kept(), (QStringList{u"-"_s, u"http://a/1"_s, u"Mon, 03 Jun 2024"_s}));
+    QVERIFY(m_feed->htmlString().isEmpty());
 }
 
 void TestRSSFeed::whiteSpaceBehindAnElementIsStillItsText()
@@ -228,14 +206,11 @@ void TestRSSFeed::aTitleNeedsLinkAndDate()
 
 void TestRSSFeed::aTitleThatFindsBothMakesOneLineAndForgetsAll()
 {
-    element(u"link"_s, u"http://a/1"_s);
-    element(u"pubDate"_s, u"Mon, 03 Jun 2024"_s);
+    linkAndDate();
     element(u"title"_s, u"Salt"_s);
     m_feed->parserFoundCharacters(u"\n          "_s); // belongs to nothing
     QCOMPARE(m_feed->currentElement(), std::nullopt);
-    QCOMPARE(m_feed->currentTitle(), std::nullopt);
-    QCOMPARE(m_feed->currentURL(), std::nullopt);
-    QCOMPARE(m_feed->currentPubDate(), std::nullopt);
+    QCOMPARE(kept(), (QStringList{u"-"_s, u"-"_s, u"-"_s}));
 
     element(u"title"_s, u"Cedar"_s);
     QCOMPARE(m_feed->htmlString(),
@@ -245,28 +220,25 @@ void TestRSSFeed::aTitleThatFindsBothMakesOneLineAndForgetsAll()
 
 void TestRSSFeed::aTitleWithoutTextReadsNull()
 {
-    element(u"link"_s, u"http://a/1"_s);
-    element(u"pubDate"_s, u"Mon, 03 Jun 2024"_s);
+    linkAndDate();
     m_feed->parserDidStartElement(u"title"_s);
     m_feed->parserDidEndElement();
-    QCOMPARE(m_feed->htmlString(), FeedPages::line(u"http://a/1"_s, u"(null)"_s, u"Mon, 03 Jun 2024"_s));
+    QCOMPARE(m_feed->htmlString(), lineOf(u"(null)"_s));
 }
 
 void TestRSSFeed::theEndOfAnyElementEndsATitleThatWasStartedLast()
 {
-    element(u"link"_s, u"http://a/1"_s);
-    element(u"pubDate"_s, u"Mon, 03 Jun 2024"_s);
+    linkAndDate();
     m_feed->parserDidStartElement(u"title"_s);
     start(u"title"_s, u"Salt"_s);
     m_feed->parserDidEndElement(); // the inner one's
     m_feed->parserDidEndElement(); // the outer one's finds nothing any more
-    QCOMPARE(m_feed->htmlString(), FeedPages::line(u"http://a/1"_s, u"Salt"_s, u"Mon, 03 Jun 2024"_s));
+    QCOMPARE(m_feed->htmlString(), lineOf(u"Salt"_s));
 }
 
 void TestRSSFeed::aTitleThatHoldsAnElementMakesNoLine()
 {
-    element(u"link"_s, u"http://a/1"_s);
-    element(u"pubDate"_s, u"Mon, 03 Jun 2024"_s);
+    linkAndDate();
     start(u"title"_s, u"Salt "_s);
     element(u"i"_s, u"and"_s);
     m_feed->parserFoundCharacters(u" cedar"_s);
@@ -275,27 +247,7 @@ void TestRSSFeed::aTitleThatHoldsAnElementMakesNoLine()
     QCOMPARE(m_feed->currentTitle(), u"Salt "_s);
 
     element(u"title"_s, u"Rain"_s);
-    QCOMPARE(m_feed->htmlString(), FeedPages::line(u"http://a/1"_s, u"Salt Rain"_s, u"Mon, 03 Jun 2024"_s));
-}
-
-void TestRSSFeed::theEndOfOtherElementsChangesNothing_data()
-{
-    textOfOtherElementsIsIgnored_data();
-    QTest::newRow("link") << u"link"_s;
-    QTest::newRow("pubDate") << u"pubDate"_s;
-}
-
-void TestRSSFeed::theEndOfOtherElementsChangesNothing()
-{
-    QFETCH(const QString, name);
-    element(u"link"_s, u"http://a/1"_s);
-    element(u"pubDate"_s, u"Mon, 03 Jun 2024"_s);
-    m_feed->parserDidStartElement(name);
-    m_feed->parserDidEndElement();
-    QCOMPARE(m_feed->currentElement(), name);
-    QCOMPARE(m_feed->currentURL(), u"http://a/1"_s);
-    QCOMPARE(m_feed->currentPubDate(), u"Mon, 03 Jun 2024"_s);
-    QVERIFY(m_feed->htmlString().isEmpty());
+    QCOMPARE(m_feed->htmlString(), lineOf(u"Salt Rain"_s));
 }
 
 void TestRSSFeed::nothingIsEscapedAndNoPlaceholderFilledTwice()
@@ -311,14 +263,11 @@ void TestRSSFeed::nothingIsEscapedAndNoPlaceholderFilledTwice()
 
 void TestRSSFeed::thereIsNoLimitOnLines()
 {
-    QString lines;
     for (int post = 0; post < 5000; ++post) {
-        element(u"link"_s, u"http://a/"_s + QString::number(post));
-        element(u"pubDate"_s, u"Mon, 03 Jun 2024"_s);
+        linkAndDate();
         element(u"title"_s, u"Salt"_s);
-        lines += FeedPages::line(u"http://a/"_s + QString::number(post), u"Salt"_s, u"Mon, 03 Jun 2024"_s);
     }
-    QCOMPARE(m_feed->htmlString(), lines);
+    QCOMPARE(m_feed->htmlString(), lineOf(u"Salt"_s).repeated(5000));
 }
 
 QTEST_GUILESS_MAIN(TestRSSFeed)

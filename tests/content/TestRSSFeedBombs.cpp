@@ -49,19 +49,16 @@ private Q_SLOTS:
 
 void TestRSSFeedBombs::largeFeedsAreReadWhole_data()
 {
-    QTest::addColumn<int>("posts");
     QTest::addColumn<QByteArray>("declaration");
-    QTest::newRow("8 MB") << 90000 << QByteArray();
-    QTest::newRow("12 MB") << 135000 << QByteArray();
-    QTest::newRow("8 MB in another encoding") << 90000 << QByteArray("<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?>");
+    QTest::newRow("in UTF-8") << QByteArray();
+    QTest::newRow("in another encoding") << QByteArray("<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?>");
 }
 
 void TestRSSFeedBombs::largeFeedsAreReadWhole()
 {
-    QFETCH(const int, posts);
+    constexpr int posts = 135000; // 12 MB
     QFETCH(const QByteArray, declaration);
     const QByteArray document = declaration + "<rss>" + post.repeated(posts) + "</rss>";
-    QVERIFY(document.size() > posts * 90);
     QVERIFY(FeedPages::made(document) == FeedPages::page(postLine.repeated(posts)));
 }
 

@@ -1,12 +1,10 @@
 #include "FeedPages.h"
-#include "support/Answers.h"
 #include "support/FullDisk.h"
-#include "support/TestWorld.h"
+#include "support/Outages.h"
 
 #include <QDir>
 #include <QFileInfo>
 #include <QTest>
-#include <QThread>
 
 using namespace Qt::StringLiterals;
 
@@ -36,26 +34,20 @@ class TestRSSFeedPage : public QObject
 
 private Q_SLOTS:
     void init();
-    void cleanup();
+    void cleanup() { m_world.reset(); }
 
     void theFeedOfTheWwwHostIsFetchedOnce();
     void thePageIsUtf16WithItsByteOrderMark();
-    void aPageOfNoPostsHoldsHeadAndTail();
-    void anAnswersStatusIsNotLookedAt_data();
     void anAnswersStatusIsNotLookedAt();
     void aRedirectIsFollowed();
     void withoutAnAnswerThePageHoldsHeadAndTail_data();
     void withoutAnAnswerThePageHoldsHeadAndTail();
     void aFeedTooLargeForMemoryIsNoAnswer_data();
     void aFeedTooLargeForMemoryIsNoAnswer();
-    void theOldPageIsReplaced_data();
-    void theOldPageIsReplaced();
-    void aLinkInTheOldPagesPlaceIsReplacedNotFollowed();
-    void aMissingSupportFolderIsMade();
+    void whateverIsInTheOldPagesPlaceIsReplaced();
     void aRefusedWriteLeavesTheOldPage();
     void aFailedWriteLeavesNoPage();
     void withoutASupportFolderNothingIsWritten();
-    void anyThreadWillDo();
 
 private:
     void parse();
@@ -71,11 +63,6 @@ void TestRSSFeedPage::init()
     m_world->vendor().setFeed(feed);
 }
 
-void TestRSSFeedPage::cleanup()
-{
-    m_world.reset();
-}
-
 void TestRSSFeedPage::parse()
 {
     RSSFeed(m_world->loader(), m_world->site()).parseRSSWithURL();
@@ -84,16 +71,12 @@ void TestRSSFeedPage::parse()
 void TestRSSFeedPage::theFeedOfTheWwwHostIsFetchedOnce()
 {
     parse();
-    const QList<VendorRequest> requests = m_world->vendor().requests();
-    QCOMPARE(requests.size(), 1);
-    QCOMPARE(requests.constFirst().method, "GET");
-    QCOMPARE(requests.constFirst().host, "www.wayfar.example");
-    QCOMPARE(requests.constFirst().path, "/feed");
-    QCOMPARE(requests.constFirst().body, QByteArray());
+    QCOMPARE(askedOf(m_world->vendor()), QList<QByteArray>{"GET www.wayfar.example/feed"});
 }
 
 void TestRSSFeedPage::thePageIsUtf16WithItsByteOrderMark()
 {
+    QVERIFY(!QFileInfo::exists(m_world->supportFolder()));
     parse();
     QVERIFY(written().startsWith(QByteArray("\xFF\xFE<\0h\0t\0m\0l\0>\0", 14)));
     QCOMPARE(written(), bytesOf(feedPage));
@@ -101,39 +84,19 @@ void TestRSSFeedPage::thePageIsUtf16WithItsByteOrderMark()
              QStringList(u"rssfeed.html"_s));
 }
 
-void TestRSSFeedPage::aPageOfNoPostsHoldsHeadAndTail()
-{
-    m_world->vendor().setFeed("<rss><channel><title>News</title></channel></rss>");
-    parse();
-    QCOMPARE(written(),
-             bytesOf(u"<html><head><style>*{margin : 0.5px;padding :0.5px;}</style></head><body>"
-                     "</body><html>"_s));
-}
-
-void TestRSSFeedPage::anAnswersStatusIsNotLookedAt_data()
-{
-    QTest::addColumn<int>("status");
-    for (const int status : {200, 203, 403, 404, 500, 503})
-        QTest::addRow("%d", status) << status;
-}
-
 void TestRSSFeedPage::anAnswersStatusIsNotLookedAt()
 {
-    QFETCH(const int, status);
-    VendorAnswer answer = answerWith(feed);
-    answer.status = status;
-    answer.contentType = "text/html";
-    m_world->vendor().setAnswer("/feed", answer);
-    parse();
-    QCOMPARE(written(), bytesOf(feedPage));
+    for (const int status : {203, 403, 404, 500}) {
+        m_world->vendor().setAnswer("/feed", answerWith(feed, status));
+        parse();
+        QCOMPARE(written(), bytesOf(feedPage));
+        QVERIFY(QFile::remove(file()));
+    }
 }
 
 void TestRSSFeedPage::aRedirectIsFollowed()
 {
-    VendorAnswer moved;
-    moved.status = 301;
-    moved.headers = {{"Location", "https://wayfar.example/news.xml"}};
-    m_world->vendor().setAnswer("/feed", moved);
+    m_world->vendor().setAnswer("/feed", redirectTo("https://wayfar.example/news.xml", 301));
     m_world->vendor().setAnswer("/news.xml", answerWith(feed));
     parse();
     QCOMPARE(written(), bytesOf(feedPage));
@@ -141,38 +104,19 @@ void TestRSSFeedPage::aRedirectIsFollowed()
 
 void TestRSSFeedPage::withoutAnAnswerThePageHoldsHeadAndTail_data()
 {
-    QTest::addColumn<VendorAnswer>("answer");
-    QTest::addColumn<bool>("online");
-    QTest::newRow("no network") << VendorAnswer() << false;
-    VendorAnswer refused;
-    refused.resetAfter = -1;
-    QTest::newRow("a connection reset at once") << refused << true;
-    VendorAnswer cut = answerWith(feed);
-    cut.resetAfter = feed.size() - 5; // the post had come whole
-    QTest::newRow("a connection reset in the feed") << cut << true;
-    VendorAnswer shorter = answerWith(feed);
-    shorter.announcedLength = feed.size() + 10;
-    QTest::newRow("fewer bytes than announced") << shorter << true;
-    VendorAnswer silent = answerWith(feed);
-    silent.stallAfter = 0;
-    QTest::newRow("a vendor that falls silent") << silent << true;
-    VendorAnswer plain;
-    plain.status = 302;
-    plain.headers = {{"Location", "http://www.wayfar.example/feed"}};
-    QTest::newRow("a redirect out of https") << plain << true;
-    QTest::newRow("an empty body") << VendorAnswer() << true;
+    addOutages(feed); // which holds a whole post before its last byte
+    const auto answering = [](const char *name, const VendorAnswer &answer) {
+        QTest::newRow(name) << Outage{
+            [answer](TestWorld &world, const QByteArray &path) { world.vendor().setAnswer(path, answer); }, {}};
+    };
+    answering("a redirect out of https", redirectTo("http://www.wayfar.example/feed"));
+    answering("an empty body", answerWith({}));
 }
 
 void TestRSSFeedPage::withoutAnAnswerThePageHoldsHeadAndTail()
 {
-    QFETCH(const VendorAnswer, answer);
-    QFETCH(const bool, online);
-    UrlLoaderSettings impatient = m_world->network();
-    impatient.idleSeconds = 1;
-    m_world->useVendor(impatient);
-    if (!online)
-        m_world->goOffline();
-    m_world->vendor().setAnswer("/feed", answer);
+    QFETCH(const Outage, outage);
+    outage.strike(*m_world, "/feed");
     m_world->write(file(), "the page of another day");
     QCOMPARE(standardErrorOf([this] { parse(); }), QByteArray());
     QCOMPARE(written(), bytesOf(FeedPages::page()));
@@ -182,7 +126,8 @@ void TestRSSFeedPage::aFeedTooLargeForMemoryIsNoAnswer_data()
 {
     QTest::addColumn<qint64>("size");
     QTest::addColumn<QString>("page");
-    QTest::newRow("the largest one") << UrlLoader::MostInMemory << feedPage; // what follows the document is an error
+    // The dots behind the document are an error, which ends it.
+    QTest::newRow("the largest one") << UrlLoader::MostInMemory << feedPage;
     QTest::newRow("one byte more") << UrlLoader::MostInMemory + 1 << FeedPages::page();
 }
 
@@ -197,48 +142,32 @@ void TestRSSFeedPage::aFeedTooLargeForMemoryIsNoAnswer()
     QCOMPARE(written(), bytesOf(page));
 }
 
-void TestRSSFeedPage::theOldPageIsReplaced_data()
+void TestRSSFeedPage::whateverIsInTheOldPagesPlaceIsReplaced()
 {
-    QTest::addColumn<QString>("old"); // in the support folder
-    QTest::newRow("a file") << u"rssfeed.html"_s;
-    QTest::newRow("a folder with files") << u"rssfeed.html/inside/page.html"_s;
-}
-
-void TestRSSFeedPage::theOldPageIsReplaced()
-{
-    QFETCH(const QString, old);
-    m_world->write(m_world->supportFolder() + u'/' + old, QByteArray(100000, 'x'));
-    m_world->write(m_world->supportFolder() + u"/account.html"_s, "another page");
-    parse();
-    QCOMPARE(written(), bytesOf(feedPage));
-    QCOMPARE(m_world->read(m_world->supportFolder() + u"/account.html"_s), "another page");
-}
-
-void TestRSSFeedPage::aLinkInTheOldPagesPlaceIsReplacedNotFollowed()
-{
-    const QString target = m_world->path(u"diary.txt"_s);
-    m_world->write(target, "dear diary");
-    QVERIFY(QDir().mkpath(m_world->supportFolder()));
-    QVERIFY(QFile::link(target, file()));
-    parse();
-    QVERIFY(!QFileInfo(file()).isSymLink());
-    QCOMPARE(written(), bytesOf(feedPage));
-    QCOMPARE(m_world->read(target), "dear diary");
-}
-
-void TestRSSFeedPage::aMissingSupportFolderIsMade()
-{
-    QVERIFY(!QFileInfo::exists(m_world->path(u"data"_s)));
-    parse();
-    QCOMPARE(written(), bytesOf(feedPage));
+    const QString other = m_world->supportFolder() + u"/account.html"_s;
+    const QString diary = m_world->path(u"diary.txt"_s);
+    m_world->write(other, "another page");
+    m_world->write(diary, "dear diary");
+    const QList<std::function<void()>> places = {
+        [this] { m_world->write(file(), QByteArray(100000, 'x')); },
+        [this] { m_world->write(file() + u"/inside/page.html"_s, "in a folder"); },
+        [&] { QVERIFY(QFile::link(diary, file())); },
+    };
+    for (const auto &put : places) {
+        put();
+        parse();
+        QVERIFY(!QFileInfo(file()).isSymLink());
+        QCOMPARE(written(), bytesOf(feedPage));
+        QVERIFY(QFile::remove(file()));
+    }
+    QCOMPARE(m_world->read(other), "another page");
+    QCOMPARE(m_world->read(diary), "dear diary");
 }
 
 void TestRSSFeedPage::aRefusedWriteLeavesTheOldPage()
 {
     m_world->write(file(), "the page of another day");
-    QVERIFY(QFile::setPermissions(m_world->supportFolder(),
-                                  QFile::ReadUser | QFile::ExeUser | QFile::ReadGroup | QFile::ExeGroup
-                                      | QFile::ReadOther | QFile::ExeOther));
+    QVERIFY(QFile::setPermissions(m_world->supportFolder(), QFile::Permissions(0x5555)));
     {
         const OrdinaryUser ordinary;
         QVERIFY(!QFile::remove(file()));
@@ -269,14 +198,6 @@ void TestRSSFeedPage::withoutASupportFolderNothingIsWritten()
     QCOMPARE(m_world->read(m_world->path(u"data"_s)), "a file where a folder should be");
     QVERIFY(!QFileInfo::exists(u"/rssfeed.html"_s));
     QCOMPARE(m_world->vendor().requests("/feed").size(), 1);
-}
-
-void TestRSSFeedPage::anyThreadWillDo()
-{
-    const std::unique_ptr<QThread> worker(QThread::create([this] { parse(); }));
-    worker->start();
-    QVERIFY(worker->wait(10000));
-    QCOMPARE(written(), bytesOf(feedPage));
 }
 
 QTEST_GUILESS_MAIN(TestRSSFeedPage)

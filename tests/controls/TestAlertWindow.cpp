@@ -1,17 +1,15 @@
 #include "controls/AlertWindow.h"
 
 #include "controls/Waiting.h"
-
-#include "platform/MainThread.h"
+#include "support/MarkupTexts.h"
+#include "support/Modal.h"
 #include "support/WindowSystem.h"
 
 #include <QApplication>
-#include <QLabel>
 #include <QMessageBox>
 #include <QPushButton>
 #include <QScreen>
 #include <QTest>
-#include <QTextDocument>
 
 #include <functional>
 #include <thread>
@@ -20,37 +18,15 @@ using namespace Qt::StringLiterals;
 
 namespace
 {
-// A player who waits for the alert, does something with it, and closes it if it is still there.
-class Player : public QObject
+using Deed = std::function<void(QMessageBox &)>;
+
+// What the alert answers when the player does that with it; -1 when there was none.
+int answerTo(const AlertContent &content, const Deed &deed)
 {
-public:
-    using Deed = std::function<void(QMessageBox &)>;
-
-    explicit Player(const Deed &deed) : m_deed(deed) { qApp->installEventFilter(this); }
-
-    int alertsSeen = 0;
-
-private:
-    bool eventFilter(QObject *watched, QEvent *event) override
-    {
-        auto *box = qobject_cast<QMessageBox *>(watched);
-        if (box && event->type() == QEvent::Show) {
-            ++alertsSeen;
-            QMetaObject::invokeMethod(
-                box, [this, box] { answer(*box); }, Qt::QueuedConnection);
-        }
-        return QObject::eventFilter(watched, event);
-    }
-
-    void answer(QMessageBox &box) const
-    {
-        m_deed(box);
-        if (box.isVisible())
-            box.close();
-    }
-
-    const Deed m_deed;
-};
+    const WhenOpen<QMessageBox> player(deed);
+    const int answer = AlertWindow().runModal(content);
+    return player.opened() ? answer : -1;
+}
 
 QAbstractButton *buttonNamed(const QMessageBox &box, const QString &text)
 {
@@ -61,25 +37,19 @@ QAbstractButton *buttonNamed(const QMessageBox &box, const QString &text)
     return nullptr;
 }
 
-Player::Deed press(const QString &text)
+Deed press(const QString &text)
 {
     return [text](QMessageBox &box) { QTest::mouseClick(buttonNamed(box, text), Qt::LeftButton); };
 }
 
-Player::Deed type(Qt::Key key)
+void shut(QMessageBox &box)
 {
-    return [key](QMessageBox &box) { QTest::keyClick(&box, key); };
+    box.close();
 }
 
-// What the label lets the player read.
-QString shownText(const QLabel &label)
+Deed type(Qt::Key key)
 {
-    const Qt::TextFormat format = label.textFormat();
-    if (format == Qt::PlainText || (format == Qt::AutoText && !Qt::mightBeRichText(label.text())))
-        return label.text();
-    QTextDocument document;
-    document.setHtml(label.text());
-    return document.toPlainText();
+    return [key](QMessageBox &box) { QTest::keyClick(&box, key); };
 }
 
 const AlertContent question = {.messageText = u"A new version is available."_s,
@@ -93,8 +63,6 @@ class TestAlertWindow : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase();
-
     void theTextsAndButtonsAreShown();
     void aPlainAlertHasOneButton();
     void markupIsShownAsItStands_data();
@@ -103,70 +71,57 @@ private Q_SLOTS:
     void aLongTextLeavesTheButtonsInReach();
     void aTextIsCutOnlyWhereItIsTooLong_data();
     void aTextIsCutOnlyWhereItIsTooLong();
-    void theAnswerIsTheButtonPressed_data();
-    void theAnswerIsTheButtonPressed();
-    void closingTheWindowIsTheAlternateAnswer();
-    void closingAPlainAlertIsItsOneAnswer();
+    void theAnswerIsWhatThePlayerDid_data();
+    void theAnswerIsWhatThePlayerDid();
     void aWorkerGetsItsAnswerFromTheMainThread();
     void theWaitCursorGivesWayToAnAlert();
     void anAlertInsideAWaitGetsItsAnswer();
     void anAlertIsModalForTheWholeProgram();
 };
 
-void TestAlertWindow::initTestCase()
-{
-    WindowSystem::queueEvents();
-}
-
 void TestAlertWindow::theTextsAndButtonsAreShown()
 {
-    Player player([](QMessageBox &box) {
+    const int answer = answerTo(question, [](QMessageBox &box) {
         QCOMPARE(box.text(), question.messageText);
         QCOMPARE(box.informativeText(), question.informativeText);
         QCOMPARE(box.buttons().size(), 2);
         QVERIFY(buttonNamed(box, u"YES"_s));
         QVERIFY(buttonNamed(box, u"NO"_s));
         QCOMPARE(box.defaultButton(), buttonNamed(box, u"YES"_s));
+        QVERIFY(box.isModal());
     });
-    AlertWindow().runModal(question);
-    QCOMPARE(player.alertsSeen, 1);
+    QCOMPARE(answer, 0);
 }
 
 void TestAlertWindow::aPlainAlertHasOneButton()
 {
-    Player player([](QMessageBox &box) {
+    const int answer = answerTo({u"The download failed."_s}, [](QMessageBox &box) {
         QCOMPARE(box.buttons().size(), 1);
         QVERIFY(box.informativeText().isEmpty());
         press(u"OK"_s)(box);
     });
-    QCOMPARE(AlertWindow().runModal({u"The download failed."_s}), Alert::DefaultReturn);
-    QCOMPARE(player.alertsSeen, 1);
+    QCOMPARE(answer, Alert::DefaultReturn);
 }
 
 void TestAlertWindow::markupIsShownAsItStands_data()
 {
-    QTest::addColumn<QString>("text");
-
-    QTest::newRow("tags") << u"<b>bold</b><img src='https://wayfar.example/x.png'>"_s;
-    QTest::newRow("a link") << u"<a href=\"https://wayfar.example\">press here</a>"_s;
-    QTest::newRow("a whole page") << u"<!DOCTYPE html><html><body>502</body></html>"_s;
-    QTest::newRow("entities") << u"&lt;b&gt; Tom & Jerry"_s;
+    addMarkupTexts();
     QTest::newRow("lines and blanks") << u"cp: cannot create\n  '/x  y': Permission denied"_s;
 }
 
 void TestAlertWindow::markupIsShownAsItStands()
 {
     QFETCH(const QString, text);
-    Player player([&](QMessageBox &box) {
+    const int answer = answerTo({.messageText = text, .informativeText = text}, [&](QMessageBox &box) {
         QStringList shown;
         for (const QLabel *label : box.findChildren<QLabel *>()) {
             if (!label->text().isEmpty())
-                shown.append(shownText(*label));
+                shown.append(readBack(label->text(), label->textFormat()));
         }
         QCOMPARE(shown, QStringList({text, text}));
+        shut(box);
     });
-    AlertWindow().runModal({.messageText = text, .informativeText = text});
-    QCOMPARE(player.alertsSeen, 1);
+    QCOMPARE(answer, Alert::DefaultReturn);
 }
 
 void TestAlertWindow::aLongTextLeavesTheButtonsInReach_data()
@@ -192,16 +147,17 @@ void TestAlertWindow::aLongTextLeavesTheButtonsInReach()
     constexpr int Highest = 600;
     QFETCH(const QString, message);
     QFETCH(const QString, informative);
-    const Player player([&](QMessageBox &box) {
+    AlertContent content = question;
+    content.messageText = message;
+    content.informativeText = informative;
+    const int answer = answerTo(content, [&](QMessageBox &box) {
         QVERIFY2(box.height() <= Highest, qPrintable(QString::number(box.height())));
         QVERIFY2(box.width() <= box.screen()->availableGeometry().width(), qPrintable(QString::number(box.width())));
         for (const QAbstractButton *button : box.buttons())
             QVERIFY(box.rect().contains(QRect(button->mapTo(&box, QPoint()), button->size())));
         press(u"YES"_s)(box);
     });
-    QCOMPARE(AlertWindow().runModal({message, informative, question.defaultButton, question.alternateButton}),
-             Alert::DefaultReturn);
-    QCOMPARE(player.alertsSeen, 1);
+    QCOMPARE(answer, Alert::DefaultReturn);
 }
 
 void TestAlertWindow::aTextIsCutOnlyWhereItIsTooLong_data()
@@ -223,49 +179,41 @@ void TestAlertWindow::aTextIsCutOnlyWhereItIsTooLong()
 {
     QFETCH(const QString, text);
     QFETCH(const QString, shown);
-    const Player player([&](QMessageBox &box) {
+    const int answer = answerTo({.messageText = text, .informativeText = text}, [&](QMessageBox &box) {
         QCOMPARE(box.text(), shown);
         QCOMPARE(box.informativeText(), shown);
+        shut(box);
     });
-    AlertWindow().runModal({.messageText = text, .informativeText = text});
-    QCOMPARE(player.alertsSeen, 1);
+    QCOMPARE(answer, Alert::DefaultReturn);
 }
 
-void TestAlertWindow::theAnswerIsTheButtonPressed_data()
+void TestAlertWindow::theAnswerIsWhatThePlayerDid_data()
 {
-    QTest::addColumn<Player::Deed>("deed");
+    QTest::addColumn<AlertContent>("content");
+    QTest::addColumn<Deed>("deed");
     QTest::addColumn<int>("answer");
 
-    QTest::newRow("default button") << press(u"YES"_s) << Alert::DefaultReturn;
-    QTest::newRow("alternate button") << press(u"NO"_s) << 0;
-    QTest::newRow("Return") << type(Qt::Key_Return) << Alert::DefaultReturn;
-    QTest::newRow("Escape") << type(Qt::Key_Escape) << 0;
+    const AlertContent plain = {u"The download failed."_s};
+    QTest::newRow("default button") << question << press(u"YES"_s) << Alert::DefaultReturn;
+    QTest::newRow("alternate button") << question << press(u"NO"_s) << 0;
+    QTest::newRow("Return") << question << type(Qt::Key_Return) << Alert::DefaultReturn;
+    QTest::newRow("Escape") << question << type(Qt::Key_Escape) << 0;
+    QTest::newRow("closed") << question << Deed(shut) << 0;
+    QTest::newRow("a plain alert's Escape") << plain << type(Qt::Key_Escape) << Alert::DefaultReturn;
+    QTest::newRow("a plain alert closed") << plain << Deed(shut) << Alert::DefaultReturn;
 }
 
-void TestAlertWindow::theAnswerIsTheButtonPressed()
+void TestAlertWindow::theAnswerIsWhatThePlayerDid()
 {
-    QFETCH(const Player::Deed, deed);
-    const Player player(deed);
-    QTEST(AlertWindow().runModal(question), "answer");
-    QCOMPARE(player.alertsSeen, 1);
-}
-
-void TestAlertWindow::closingTheWindowIsTheAlternateAnswer()
-{
-    const Player player([](QMessageBox &) {});
-    QCOMPARE(AlertWindow().runModal(question), 0);
-}
-
-void TestAlertWindow::closingAPlainAlertIsItsOneAnswer()
-{
-    const Player player([](QMessageBox &) {});
-    QCOMPARE(AlertWindow().runModal({u"The download failed."_s}), Alert::DefaultReturn);
+    QFETCH(const AlertContent, content);
+    QFETCH(const Deed, deed);
+    QTEST(answerTo(content, deed), "answer");
 }
 
 void TestAlertWindow::aWorkerGetsItsAnswerFromTheMainThread()
 {
     bool shownOnMain = false;
-    const Player player([&](QMessageBox &box) {
+    const WhenOpen<QMessageBox> player([&](QMessageBox &box) {
         shownOnMain = box.thread() == qApp->thread();
         press(u"YES"_s)(box);
     });
@@ -277,11 +225,10 @@ void TestAlertWindow::aWorkerGetsItsAnswerFromTheMainThread()
 
 void TestAlertWindow::theWaitCursorGivesWayToAnAlert()
 {
-    Qt::CursorShape shape = Qt::BlankCursor;
-    const Player player([&](QMessageBox &) { shape = QGuiApplication::overrideCursor()->shape(); });
-    Waiting::blockFor([&] {
-        AlertWindow().runModal(question);
-        QCOMPARE(shape, Qt::ArrowCursor);
+    Waiting::blockFor([] {
+        const int answer = answerTo(
+            question, [](QMessageBox &) { QCOMPARE(QGuiApplication::overrideCursor()->shape(), Qt::ArrowCursor); });
+        QCOMPARE(answer, 0);
         QCOMPARE(QGuiApplication::overrideCursor()->shape(), Qt::WaitCursor);
     });
 }
@@ -289,7 +236,7 @@ void TestAlertWindow::theWaitCursorGivesWayToAnAlert()
 // A worker's alert may come up just when the main thread's wait ends and throws the player's clicks away.
 void TestAlertWindow::anAlertInsideAWaitGetsItsAnswer()
 {
-    const Player player([](QMessageBox &box) {
+    const WhenOpen<QMessageBox> player([](QMessageBox &box) {
         WindowSystem::sendClick(*box.defaultButton());
         QTRY_VERIFY(!box.isVisible());
     });
@@ -308,12 +255,11 @@ void TestAlertWindow::anAlertIsModalForTheWholeProgram()
     QVERIFY(QTest::qWaitForWindowActive(&window));
     int clicks = 0;
     connect(&window, &QPushButton::clicked, &window, [&] { ++clicks; });
-    const Player player([&](QMessageBox &box) {
-        QVERIFY(box.isModal());
+    const int answer = answerTo(question, [&](QMessageBox &) {
         WindowSystem::sendClick(window);
         QCoreApplication::processEvents();
     });
-    AlertWindow().runModal(question);
+    QCOMPARE(answer, 0);
     QCOMPARE(clicks, 0);
 }
 

@@ -10,42 +10,22 @@ class TestWayfarNSButton : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void itHasNoButtonTypeAtFirst();
-    void itKeepsItsButtonType();
     void itsButtonTypeIsReachedByItsKey();
-    void aPlainButtonAnswersNoButtonType();
     void itIsDrawnAndPressedLikeAPlainButton();
 };
-
-void TestWayfarNSButton::itHasNoButtonTypeAtFirst()
-{
-    const WayfarNSButton button;
-    QVERIFY(button.buttonType().isNull());
-}
-
-void TestWayfarNSButton::itKeepsItsButtonType()
-{
-    WayfarNSButton button;
-    button.setButtonType(u"installPath"_s);
-    QCOMPARE(button.buttonType(), u"installPath"_s);
-    button.setButtonType(u"launchPath"_s);
-    QCOMPARE(button.buttonType(), u"launchPath"_s);
-}
 
 // As the layouts set it and an action reads it of whatever sent it.
 void TestWayfarNSButton::itsButtonTypeIsReachedByItsKey()
 {
     WayfarNSButton button;
+    QVERIFY(button.buttonType().isNull());
     QObject &sender = button;
     QVERIFY(sender.setProperty("buttonType", u"installPath"_s));
     QCOMPARE(button.buttonType(), u"installPath"_s);
-    QCOMPARE(sender.property("buttonType").toString(), u"installPath"_s);
-}
-
-void TestWayfarNSButton::aPlainButtonAnswersNoButtonType()
-{
-    const QPushButton plain;
-    QVERIFY(!plain.property("buttonType").isValid());
+    button.setButtonType(u"launchPath"_s);
+    QCOMPARE(button.buttonType(), u"launchPath"_s);
+    QCOMPARE(sender.property("buttonType").toString(), u"launchPath"_s);
+    QVERIFY(!QPushButton().property("buttonType").isValid()); // a plain button has none
 }
 
 void TestWayfarNSButton::itIsDrawnAndPressedLikeAPlainButton()

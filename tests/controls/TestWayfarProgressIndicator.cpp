@@ -13,9 +13,17 @@ namespace
 class Recorded : public WayfarProgressIndicator
 {
 public:
-    using WayfarProgressIndicator::WayfarProgressIndicator;
+    QList<QStyleOptionProgressBar> drawn; // since showNow
 
-    QList<QStyleOptionProgressBar> drawn;
+    void showNow(const QSize &frame)
+    {
+        resize(frame);
+        show();
+        QVERIFY(QTest::qWaitForWindowExposed(this));
+        QCoreApplication::processEvents();
+        QCOMPARE(size(), frame);
+        drawn.clear();
+    }
 
     QImage drawnByTheStyle(const QRect &rect) const
     {
@@ -53,7 +61,6 @@ private Q_SLOTS:
     void theBarLooksLikeThePartOfTheFixedHeight();
     void aProgressOutOfRangeIsBusyOrFull_data();
     void aProgressOutOfRangeIsBusyOrFull();
-    void aBusyBarCanShowAValueAgain();
     void theBarIsFilledAsFarAsTheValueSays_data();
     void theBarIsFilledAsFarAsTheValueSays();
 };
@@ -75,12 +82,7 @@ void TestWayfarProgressIndicator::theBaseDrawsIntoTheRectangleAtAHeightOf98()
     QFETCH(const QSize, frame);
     QFETCH(const QRect, rect);
     Recorded bar;
-    bar.resize(frame);
-    bar.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&bar));
-    QCoreApplication::processEvents();
-    QCOMPARE(bar.size(), frame);
-    bar.drawn.clear();
+    bar.showNow(frame);
     bar.repaint(rect);
     QVERIFY(!bar.drawn.isEmpty());
     QCOMPARE(bar.drawn.first().rect, QRect(rect.topLeft(), QSize(rect.width(), 98)));
@@ -90,11 +92,7 @@ void TestWayfarProgressIndicator::theBaseDrawsIntoTheRectangleAtAHeightOf98()
 void TestWayfarProgressIndicator::aPartDrawnAloneIsFollowedByTheWhole()
 {
     Recorded bar;
-    bar.resize(300, 20);
-    bar.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&bar));
-    QCoreApplication::processEvents();
-    bar.drawn.clear();
+    bar.showNow({300, 20});
     bar.repaint(QRect(10, 0, 20, 20));
     QTRY_COMPARE(bar.drawn.size(), 2);
     QCOMPARE(bar.drawn.last().rect, QRect(0, 0, 300, 98));
@@ -147,20 +145,13 @@ void TestWayfarProgressIndicator::aProgressOutOfRangeIsBusyOrFull()
 {
     QFETCH(const double, percentage);
     WayfarProgressIndicator bar;
-    bar.setPercentage(50);
-    bar.setPercentage(percentage);
-    QCOMPARE(bar.minimum(), 0);
-    QTEST(bar.maximum(), "maximum");
-    QTEST(bar.value(), "value");
-}
-
-void TestWayfarProgressIndicator::aBusyBarCanShowAValueAgain()
-{
-    WayfarProgressIndicator bar;
-    bar.setPercentage(-1);
-    bar.setPercentage(30);
-    QCOMPARE(bar.maximum(), 100);
-    QCOMPARE(bar.value(), 30);
+    for (const int before : {50, -1}) { // also after a busy bar
+        bar.setPercentage(before);
+        bar.setPercentage(percentage);
+        QCOMPARE(bar.minimum(), 0);
+        QTEST(bar.maximum(), "maximum");
+        QTEST(bar.value(), "value");
+    }
 }
 
 void TestWayfarProgressIndicator::theBarIsFilledAsFarAsTheValueSays_data()

@@ -11,9 +11,15 @@ class TestWindowPlacement : public QObject
 private Q_SLOTS:
     void aWindowIsCentredOnItsScreen();
     void aWindowOfNoSizeYetGetsItsOwnFirst();
-    void theKeyWindowIsShownWithTheKeyboard();
     void aMinimizedWindowComesBack();
-    void aShownWindowComesToTheFront();
+    void theKeyWindowIsShownInFrontWithTheKeyboard();
+
+private:
+    static bool isCentred(const QWidget &window)
+    {
+        const QPoint center = window.screen()->availableGeometry().center();
+        return (window.frameGeometry().center() - center).manhattanLength() <= 1;
+    }
 };
 
 void TestWindowPlacement::aWindowIsCentredOnItsScreen()
@@ -22,14 +28,13 @@ void TestWindowPlacement::aWindowIsCentredOnItsScreen()
     window.resize(300, 200);
     window.move(3, 7);
     WindowPlacement::center(window);
-    const QPoint center = window.screen()->availableGeometry().center();
-    QVERIFY((window.frameGeometry().center() - center).manhattanLength() <= 1);
+    QVERIFY(isCentred(window));
     QCOMPARE(window.size(), QSize(300, 200));
 
     window.show();
     window.move(3, 7);
     WindowPlacement::center(window);
-    QVERIFY((window.frameGeometry().center() - center).manhattanLength() <= 1);
+    QVERIFY(isCentred(window));
 }
 
 void TestWindowPlacement::aWindowOfNoSizeYetGetsItsOwnFirst()
@@ -41,15 +46,7 @@ void TestWindowPlacement::aWindowOfNoSizeYetGetsItsOwnFirst()
     } window;
     WindowPlacement::center(window);
     QCOMPARE(window.size(), QSize(222, 111));
-    QVERIFY((window.frameGeometry().center() - window.screen()->availableGeometry().center()).manhattanLength() <= 1);
-}
-
-void TestWindowPlacement::theKeyWindowIsShownWithTheKeyboard()
-{
-    QWidget window;
-    WindowPlacement::makeKeyAndOrderFront(window);
-    QVERIFY(window.isVisible());
-    QVERIFY(QTest::qWaitForWindowActive(&window));
+    QVERIFY(isCentred(window));
 }
 
 void TestWindowPlacement::aMinimizedWindowComesBack()
@@ -66,11 +63,12 @@ void TestWindowPlacement::aMinimizedWindowComesBack()
     QCOMPARE(window.windowState() & ~Qt::WindowActive, Qt::WindowMaximized);
 }
 
-void TestWindowPlacement::aShownWindowComesToTheFront()
+void TestWindowPlacement::theKeyWindowIsShownInFrontWithTheKeyboard()
 {
     QWidget window;
     QWidget other;
     WindowPlacement::makeKeyAndOrderFront(window);
+    QVERIFY(window.isVisible());
     WindowPlacement::makeKeyAndOrderFront(other);
     QVERIFY(QTest::qWaitForWindowActive(&other));
     WindowPlacement::makeKeyAndOrderFront(window);

@@ -21,10 +21,26 @@ void putBundle(const QString &folder, const QString &version, bool startable = t
     start.setPermissions(QFile::ReadOwner | QFile::WriteOwner | (startable ? QFile::ExeOwner : QFile::Permissions()));
 }
 
-QString nameOf(const QString &path)
-{
-    return path.section(u'/', -1);
-}
+// What the starter, copied to the place and started by the name, writes and ends with.
+struct Started {
+    Started(const QString &place, const QStringList &arguments = {}, const QString &name = {})
+    {
+        QVERIFY(QDir().mkpath(QFileInfo(place).path()));
+        QVERIFY(QFile::copy(QStringLiteral(STARTER), place));
+        if (!name.isEmpty())
+            QVERIFY(QFile::link(place, name));
+        QProcess starter;
+        starter.start(name.isEmpty() ? place : name, arguments);
+        QVERIFY(starter.waitForFinished());
+        output = starter.readAllStandardOutput();
+        errors = starter.readAllStandardError();
+        status = starter.exitCode();
+    }
+
+    QByteArray output;
+    QByteArray errors;
+    int status = -1;
+};
 } // namespace
 
 class TestStarter : public QObject
@@ -36,9 +52,7 @@ private Q_SLOTS:
     void theNewestIsFoundByItsNumbers();
     void whatCannotBeStartedIsPassedOver();
     void otherFoldersAreNoBundles();
-    void theStarterBecomesTheNewestBundle();
-    void insideABundleTheStarterLooksBesideIt();
-    void aLinkToTheStarterLooksWhereTheStarterIs();
+    void theStarterBecomesTheNewestBundleWhereverItIsStarted();
     void withoutABundleTheStarterSaysSo();
 };
 
@@ -61,7 +75,7 @@ void TestStarter::theNewestIsFoundByItsNumbers()
     const QTemporaryDir folder;
     for (const QString &version : versions)
         putBundle(folder.path(), version);
-    QCOMPARE(nameOf(BundleFolder::newestIn(folder.path())), newest);
+    QCOMPARE(BundleFolder::newestIn(folder.path()).section(u'/', -1), newest);
 }
 
 void TestStarter::whatCannotBeStartedIsPassedOver()
@@ -70,7 +84,7 @@ void TestStarter::whatCannotBeStartedIsPassedOver()
     putBundle(folder.path(), u"1.2.6"_s);
     putBundle(folder.path(), u"1.3.0"_s, false);
     QDir(folder.path()).mkdir(u"WayfarRoutes_1.4.0.app"_s);
-    QCOMPARE(nameOf(BundleFolder::newestIn(folder.path())), u"WayfarRoutes_1.2.6.app"_s);
+    QCOMPARE(BundleFolder::newestIn(folder.path()).section(u'/', -1), u"WayfarRoutes_1.2.6.app"_s);
 }
 
 void TestStarter::otherFoldersAreNoBundles()
@@ -81,55 +95,27 @@ void TestStarter::otherFoldersAreNoBundles()
     QCOMPARE(BundleFolder::newestIn(folder.path()), QString());
 }
 
-void TestStarter::theStarterBecomesTheNewestBundle()
+void TestStarter::theStarterBecomesTheNewestBundleWhereverItIsStarted()
 {
     const QTemporaryDir folder;
     putBundle(folder.path(), u"1.2.6"_s);
     putBundle(folder.path(), u"1.3.0"_s);
-    QVERIFY(QFile::copy(QStringLiteral(STARTER), folder.filePath(u"wayfar-installer"_s)));
-    QProcess starter;
-    starter.start(folder.filePath(u"wayfar-installer"_s), {u"a b"_s});
-    QVERIFY(starter.waitForFinished());
-    QCOMPARE(starter.readAllStandardOutput(), QByteArray("1.3.0 a b\n"));
-    QCOMPARE(starter.exitCode(), 7);
-}
-
-void TestStarter::insideABundleTheStarterLooksBesideIt()
-{
-    const QTemporaryDir folder;
-    putBundle(folder.path(), u"1.2.6"_s);
-    putBundle(folder.path(), u"1.3.0"_s);
-    const QString inside = folder.filePath(u"WayfarRoutes_1.2.6.app/usr/bin"_s);
-    QDir().mkpath(inside);
-    QVERIFY(QFile::copy(QStringLiteral(STARTER), inside + u"/wayfar-starter"_s));
-    QProcess starter;
-    starter.start(inside + u"/wayfar-starter"_s, QStringList());
-    QVERIFY(starter.waitForFinished());
-    QCOMPARE(starter.readAllStandardOutput(), QByteArray("1.3.0 \n"));
-}
-
-void TestStarter::aLinkToTheStarterLooksWhereTheStarterIs()
-{
-    const QTemporaryDir folder;
+    const Started beside(folder.filePath(u"wayfar-installer"_s), {u"a b"_s});
+    QCOMPARE(beside.output, "1.3.0 a b\n");
+    QCOMPARE(beside.status, 7);
+    const Started inside(folder.filePath(u"WayfarRoutes_1.2.6.app/usr/bin/wayfar-starter"_s));
+    QCOMPARE(inside.output, "1.3.0 \n");
     const QTemporaryDir menu;
-    putBundle(folder.path(), u"1.2.6"_s);
-    QVERIFY(QFile::copy(QStringLiteral(STARTER), folder.filePath(u"wayfar-installer"_s)));
-    QVERIFY(QFile::link(folder.filePath(u"wayfar-installer"_s), menu.filePath(u"wayfar-installer"_s)));
-    QProcess starter;
-    starter.start(menu.filePath(u"wayfar-installer"_s), QStringList());
-    QVERIFY(starter.waitForFinished());
-    QCOMPARE(starter.readAllStandardOutput(), QByteArray("1.2.6 \n"));
+    const Started linked(folder.filePath(u"linked"_s), {}, menu.filePath(u"wayfar-installer"_s));
+    QCOMPARE(linked.output, "1.3.0 \n");
 }
 
 void TestStarter::withoutABundleTheStarterSaysSo()
 {
     const QTemporaryDir folder;
-    QVERIFY(QFile::copy(QStringLiteral(STARTER), folder.filePath(u"wayfar-installer"_s)));
-    QProcess starter;
-    starter.start(folder.filePath(u"wayfar-installer"_s), QStringList());
-    QVERIFY(starter.waitForFinished());
-    QCOMPARE(starter.exitCode(), 1);
-    QVERIFY(starter.readAllStandardError().contains(folder.path().toUtf8()));
+    const Started starter(folder.filePath(u"wayfar-installer"_s));
+    QCOMPARE(starter.status, 1);
+    QVERIFY(starter.errors.contains(folder.path().toUtf8()));
 }
 
 QTEST_GUILESS_MAIN(TestStarter)

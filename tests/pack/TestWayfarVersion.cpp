@@ -1,8 +1,7 @@
 #include "pack/WayfarVersion.h"
 
 #include "places/Preferences.h"
-#include "support/Answers.h"
-#include "support/TestWorld.h"
+#include "support/Outages.h"
 
 #include <QDir>
 #include <QFile>
@@ -21,22 +20,17 @@ private Q_SLOTS:
     void theFirstVersionLineTells_data();
     void theFirstVersionLineTells();
 
-    void theInstalledVersionIsReadBelowTheGameFolder_data();
-    void theInstalledVersionIsReadBelowTheGameFolder();
-    void theInstalledVersionIsNoneWithoutAVersionLine_data();
-    void theInstalledVersionIsNoneWithoutAVersionLine();
-    void theInstalledVersionIsNoneWithoutAReadableFile_data();
-    void theInstalledVersionIsNoneWithoutAReadableFile();
+    void theInstalledVersionIsReadBelowTheStoredGameFolder();
+    void theInstalledVersionIsNoneWithoutAReadableVersionLine_data();
+    void theInstalledVersionIsNoneWithoutAReadableVersionLine();
     void theUsualGameFolderIsLookedInWhenNoneIsStored();
-    void aGameFolderThatAnotherProcessStoredIsSeen();
 
     void thePublishedVersionIsTheWholeAnswer_data();
     void thePublishedVersionIsTheWholeAnswer();
     void thePublishedVersionIsNothingWhenItCannotBeHad_data();
     void thePublishedVersionIsNothingWhenItCannotBeHad();
+    void thePublishedVersionIsNothingWhenItIsNoAscii();
     void thePublishedVersionIsAskedForByABareGet();
-    void installedAndPublishedAreTheSameOnlyToTheLetter_data();
-    void installedAndPublishedAreTheSameOnlyToTheLetter();
 
 private:
     WayfarVersion version() { return {m_world->defaults(), m_world->loader(), m_world->site()}; }
@@ -83,44 +77,26 @@ void TestWayfarVersion::theFirstVersionLineTells()
     QTEST(versionInToc(text), "version");
 }
 
-void TestWayfarVersion::theInstalledVersionIsReadBelowTheGameFolder_data()
+void TestWayfarVersion::theInstalledVersionIsReadBelowTheStoredGameFolder()
 {
-    QTest::addColumn<QString>("end");
-    QTest::newRow("as stored") << QString();
-    QTest::newRow("with a slash at its end") << u"/"_s;
-}
-
-void TestWayfarVersion::theInstalledVersionIsReadBelowTheGameFolder()
-{
-    QFETCH(const QString, end);
     m_world->installPack("1.2.5");
-    m_world->defaults().setObject(Preferences::installPath.key, m_world->gameFolder() + end);
     QCOMPARE(version().localVersion(), u"1.2.5"_s);
+    m_world->defaults().setObject(Preferences::installPath.key, m_world->gameFolder() + u'/');
+    QCOMPARE(version().localVersion(), u"1.2.5"_s);
+    m_world->write(m_world->path(u"moved/_retail_/Interface/AddOns/Trailbook/Trailbook.toc"_s), "## Version: 7\n");
+    UserDefaults others; // another process's
+    others.setObject(Preferences::installPath.key, m_world->path(u"moved"_s));
+    QCOMPARE(version().localVersion(), u"7"_s);
 }
 
-void TestWayfarVersion::theInstalledVersionIsNoneWithoutAVersionLine_data()
+void TestWayfarVersion::theInstalledVersionIsNoneWithoutAReadableVersionLine_data()
 {
-    QTest::addColumn<QByteArray>("bytes");
-    QTest::newRow("empty file") << QByteArray();
-    QTest::newRow("no version line") << QByteArray("## Title: Trailbook\n");
-    QTest::newRow("no UTF-8") << QByteArray("## Title: Wegb\xfc"
-                                            "cher\n## Version: 1.2.6\n");
-    QTest::newRow("UTF-8 cut off at the end") << QByteArray("## Version: 1.2.6\n\xc3");
-    QTest::newRow("UTF-16") << QByteArray("\xff\xfe#\0#\0", 6);
-}
-
-void TestWayfarVersion::theInstalledVersionIsNoneWithoutAVersionLine()
-{
-    QFETCH(const QByteArray, bytes);
-    m_world->write(toc(), bytes);
-    QCOMPARE(version().localVersion(), u"none"_s);
-}
-
-void TestWayfarVersion::theInstalledVersionIsNoneWithoutAReadableFile_data()
-{
-    QTest::addColumn<std::function<void(const QString &)>>("prepare");
-    const auto row = [](const char *name, const std::function<void(const QString &)> &prepare) {
-        QTest::newRow(name) << prepare;
+    QTest::addColumn<std::function<void(const QString &)>>("put");
+    const auto row = [](const char *name, const std::function<void(const QString &)> &put) {
+        QTest::newRow(name) << put;
+    };
+    const auto file = [this, row](const char *name, const QByteArray &bytes) {
+        row(name, [this, bytes](const QString &path) { m_world->write(path, bytes); });
     };
     row("no game folder", [](const QString &) {});
     row("no file", [](const QString &path) { QDir().mkpath(QFileInfo(path).path()); });
@@ -129,12 +105,17 @@ void TestWayfarVersion::theInstalledVersionIsNoneWithoutAReadableFile_data()
         QDir().mkpath(QFileInfo(path).path());
         QFile::link(u"/nowhere/at/all"_s, path);
     });
+    file("empty file", "");
+    file("no version line", "## Title: Trailbook\n");
+    file("no UTF-8", QByteArray("## Title: Wegb\xfc") + "cher\n## Version: 1.2.6\n");
+    file("UTF-8 cut off at the end", "## Version: 1.2.6\n\xc3");
+    file("UTF-16", QByteArray("\xff\xfe#\0#\0", 6));
 }
 
-void TestWayfarVersion::theInstalledVersionIsNoneWithoutAReadableFile()
+void TestWayfarVersion::theInstalledVersionIsNoneWithoutAReadableVersionLine()
 {
-    QFETCH(const std::function<void(const QString &)>, prepare);
-    prepare(toc());
+    QFETCH(const std::function<void(const QString &)>, put);
+    put(toc());
     QCOMPARE(version().localVersion(), u"none"_s);
 }
 
@@ -146,31 +127,24 @@ void TestWayfarVersion::theUsualGameFolderIsLookedInWhenNoneIsStored()
     QCOMPARE(WayfarVersion(defaults, m_world->loader(), m_world->site()).localVersion(), u"none"_s);
 }
 
-void TestWayfarVersion::aGameFolderThatAnotherProcessStoredIsSeen()
-{
-    m_world->installPack("1.2.5");
-    m_world->write(m_world->path(u"moved/_retail_/Interface/AddOns/Trailbook/Trailbook.toc"_s), "## Version: 7\n");
-    QCOMPARE(version().localVersion(), u"1.2.5"_s);
-    UserDefaults others;
-    others.setObject(Preferences::installPath.key, m_world->path(u"moved"_s));
-    QCOMPARE(version().localVersion(), u"7"_s);
-}
-
 void TestWayfarVersion::thePublishedVersionIsTheWholeAnswer_data()
 {
     QTest::addColumn<int>("status");
     QTest::addColumn<QByteArray>("body");
     QTest::addColumn<QString>("version");
-    QTest::newRow("bare") << 200 << QByteArray("1.2.6") << u"1.2.6"_s;
-    QTest::newRow("CR LF at the end") << 200 << QByteArray("1.2.6\r\n") << u"1.2.6"_s;
-    QTest::newRow("CR LF anywhere") << 200 << QByteArray("\r\n1.\r\n2.6\r\n\r\n") << u"1.2.6"_s;
-    QTest::newRow("lone LF is kept") << 200 << QByteArray("1.2.6\n") << u"1.2.6\n"_s;
-    QTest::newRow("lone CR is kept") << 200 << QByteArray("1.2.6\r") << u"1.2.6\r"_s;
-    QTest::newRow("CR CR LF leaves a CR") << 200 << QByteArray("1.2.6\r\r\n") << u"1.2.6\r"_s;
-    QTest::newRow("blanks are kept") << 200 << QByteArray(" 1.2.6 ") << u" 1.2.6 "_s;
-    QTest::newRow("empty") << 200 << QByteArray() << u""_s;
-    QTest::newRow("an error page") << 404 << QByteArray("<h1>Not Found</h1>") << u"<h1>Not Found</h1>"_s;
-    QTest::newRow("an error without words") << 503 << QByteArray() << u""_s;
+    const auto row = [](const char *name, const QByteArray &body, const QString &version, int status = 200) {
+        QTest::newRow(name) << status << body << version;
+    };
+    row("bare", "1.2.6", u"1.2.6"_s);
+    row("CR LF at the end", "1.2.6\r\n", u"1.2.6"_s);
+    row("CR LF anywhere", "\r\n1.\r\n2.6\r\n\r\n", u"1.2.6"_s);
+    row("lone LF is kept", "1.2.6\n", u"1.2.6\n"_s);
+    row("lone CR is kept", "1.2.6\r", u"1.2.6\r"_s);
+    row("CR CR LF leaves a CR", "1.2.6\r\r\n", u"1.2.6\r"_s);
+    row("blanks are kept", " 1.2.6 ", u" 1.2.6 "_s);
+    row("empty", QByteArray(), u""_s);
+    row("an error page", "<h1>Not Found</h1>", u"<h1>Not Found</h1>"_s, 404);
+    row("an error without words", QByteArray(), u""_s, 503);
 }
 
 void TestWayfarVersion::thePublishedVersionIsTheWholeAnswer()
@@ -178,75 +152,38 @@ void TestWayfarVersion::thePublishedVersionIsTheWholeAnswer()
     QFETCH(const int, status);
     QFETCH(const QByteArray, body);
     QFETCH(const QString, version);
-    VendorAnswer answer = answerWith(body);
-    answer.status = status;
-    m_world->vendor().setAnswer("/api/wayfarVersion", answer);
+    m_world->vendor().setAnswer("/api/wayfarVersion", answerWith(body, status));
     QCOMPARE(this->version().updateVersion(), std::optional(version));
 }
 
 void TestWayfarVersion::thePublishedVersionIsNothingWhenItCannotBeHad_data()
 {
-    QTest::addColumn<std::function<void(TestWorld &)>>("prepare");
-    const auto row = [](const char *name, const std::function<void(TestWorld &)> &prepare) {
-        QTest::newRow(name) << prepare;
-    };
-    row("network down", [](TestWorld &world) { world.goOffline(); });
-    row("connection lost", [](TestWorld &world) {
-        VendorAnswer answer = answerWith("1.2.6");
-        answer.resetAfter = 3;
-        world.vendor().setAnswer("/api/wayfarVersion", answer);
-    });
-    row("vendor not trusted", [](TestWorld &world) {
-        world.useVendor({.connectTo = world.vendor().connectTo()}); // with the system's authorities
-    });
-    row("no ASCII", [](TestWorld &world) { world.vendor().setPackVersion("1.2.6\xe2\x82\xac"); });
-    row("one byte of no ASCII", [](TestWorld &world) { world.vendor().setPackVersion("1.2.6\x80"); });
+    addOutages("1.2.6");
 }
 
 void TestWayfarVersion::thePublishedVersionIsNothingWhenItCannotBeHad()
 {
-    QFETCH(const std::function<void(TestWorld &)>, prepare);
-    prepare(*m_world);
+    QFETCH(const Outage, outage);
+    outage.strike(*m_world, "/api/wayfarVersion");
     QCOMPARE(version().updateVersion(), std::nullopt);
+}
+
+void TestWayfarVersion::thePublishedVersionIsNothingWhenItIsNoAscii()
+{
+    for (const QByteArray published : {"1.2.6\xe2\x82\xac", "1.2.6\x80"}) {
+        m_world->vendor().setPackVersion(published);
+        QCOMPARE(version().updateVersion(), std::nullopt);
+    }
 }
 
 void TestWayfarVersion::thePublishedVersionIsAskedForByABareGet()
 {
-    m_world->defaults().setObject(Preferences::userName.key, u"ann"_s);
-    m_world->defaults().setObject(Preferences::password.key, u"key"_s);
+    m_world->storeAccount(u"ann"_s, u"key"_s);
     QCOMPARE(version().updateVersion(), std::optional(u"1.2.6"_s));
-    QCOMPARE(m_world->vendor().requests().size(), 1);
+    QCOMPARE(askedOf(m_world->vendor()), QList<QByteArray>{"GET wayfar.example/api/wayfarVersion"});
     const VendorRequest request = m_world->vendor().requests().constFirst();
-    QCOMPARE(request.method, "GET");
-    QCOMPARE(request.path, "/api/wayfarVersion");
-    QCOMPARE(request.host, "wayfar.example");
-    QCOMPARE(request.body, "");
     QCOMPARE(request.headerCount("Content-Type"), 0);
     QCOMPARE(request.headerCount("Authorization"), 0);
-}
-
-void TestWayfarVersion::installedAndPublishedAreTheSameOnlyToTheLetter_data()
-{
-    QTest::addColumn<QByteArray>("installed");
-    QTest::addColumn<QByteArray>("published");
-    QTest::addColumn<bool>("same");
-    QTest::newRow("same") << QByteArray("1.2.6") << QByteArray("1.2.6") << true;
-    QTest::newRow("same but for CR LF") << QByteArray("1.2.6\r") << QByteArray("1.2.6\r\n") << true;
-    QTest::newRow("older") << QByteArray("1.2.5") << QByteArray("1.2.6") << false;
-    QTest::newRow("newer") << QByteArray("1.2.7") << QByteArray("1.2.6") << false;
-    QTest::newRow("of equal worth as numbers") << QByteArray("1.2") << QByteArray("1.2.0") << false;
-    QTest::newRow("letter case") << QByteArray("1.2b") << QByteArray("1.2B") << false;
-    QTest::newRow("tab before the installed one") << QByteArray("\t1.2.6") << QByteArray("1.2.6") << false;
-    QTest::newRow("lone LF after the published one") << QByteArray("1.2.6") << QByteArray("1.2.6\n") << false;
-}
-
-void TestWayfarVersion::installedAndPublishedAreTheSameOnlyToTheLetter()
-{
-    QFETCH(const QByteArray, installed);
-    QFETCH(const QByteArray, published);
-    m_world->installPack(installed);
-    m_world->vendor().setPackVersion(published);
-    QTEST(std::optional(version().localVersion()) == version().updateVersion(), "same");
 }
 
 QTEST_GUILESS_MAIN(TestWayfarVersion)

@@ -34,6 +34,38 @@ inline VendorAnswer brokenOff()
     return answer;
 }
 
+// The connection breaks after so many bytes of the body.
+inline VendorAnswer brokenAfter(qint64 bytes, const QByteArray &body)
+{
+    VendorAnswer answer = answerWith(body);
+    answer.resetAfter = bytes;
+    return answer;
+}
+
+// Nothing more comes after so many bytes of the body.
+inline VendorAnswer silentAfter(qint64 bytes, const QByteArray &body)
+{
+    VendorAnswer answer = answerWith(body);
+    answer.stallAfter = bytes;
+    return answer;
+}
+
+// The answer says a length that its body does not have.
+inline VendorAnswer announcing(qint64 length, const QByteArray &body)
+{
+    VendorAnswer answer = answerWith(body);
+    answer.announcedLength = length;
+    return answer;
+}
+
+// Each piece after the first waits for one VendorServer::step().
+inline VendorAnswer inSteps(VendorAnswer answer, const QList<qsizetype> &pieces)
+{
+    answer.pieces = pieces;
+    answer.stepped = true;
+    return answer;
+}
+
 inline VendorAnswer answerOf(VendorAnswer::Length length, const QByteArray &body)
 {
     VendorAnswer answer = answerWith(body);
@@ -57,4 +89,15 @@ inline VendorAnswer answerAfterAnInterimOne(const QByteArray &body)
                  "HTTP/1.1 200 OK\r\nContent-Length: " + QByteArray::number(body.size()) + "\r\n\r\n" + body);
     answer.status = 103;
     return answer;
+}
+
+// What the vendor was asked for, in order, each as "GET wayfar.example/feed" or "POST wayfar.example/api/x user=ann".
+inline QList<QByteArray> askedOf(const VendorServer &vendor)
+{
+    QList<QByteArray> asked;
+    for (const VendorRequest &request : vendor.requests()) {
+        const QByteArray line = request.method + ' ' + request.host + request.path;
+        asked.append(request.body.isEmpty() ? line : line + ' ' + request.body);
+    }
+    return asked;
 }

@@ -37,6 +37,18 @@ Rerun::Result Rerun::run(const QStringList &launcher, const QProcessEnvironment 
     return {ended ? process.exitCode() : -1, process.readAll()};
 }
 
+bool Rerun::isOnAFineScreen()
+{
+    if (isRerun())
+        return true;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(u"QT_SCALE_FACTOR"_s, u"2"_s);
+    const Result result = run({}, environment);
+    if (result.status != 0)
+        QTest::qFail(result.output.constData(), __FILE__, __LINE__);
+    return false;
+}
+
 namespace
 {
 QStringList unshare()

@@ -20,6 +20,9 @@ Result run(const QStringList &launcher,
            const QProcessEnvironment &environment = QProcessEnvironment::systemEnvironment(),
            const QString &program = {});
 
+// True in a rerun. Otherwise runs the function again with two pixels of the screen for one, and fails where that fails.
+bool isOnAFineScreen();
+
 // A launcher into a mount namespace: the script, which finds the folder as $1, sets it up first as root of it.
 QStringList withMounts(const QString &script, const QString &folder);
 // Whether the kernel lets this process have mounts of its own. A container may forbid it.

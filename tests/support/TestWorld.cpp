@@ -32,7 +32,6 @@ TestWorld::TestWorld()
     qputenv("XDG_CONFIG_DIRS", path(u"etc"_s).toLocal8Bit());
     m_defaults = std::make_unique<UserDefaults>();
     m_defaults->setObject(Preferences::installPath.key, gameFolder());
-    m_loader = std::make_unique<UrlLoader>(network());
 }
 
 TestWorld::~TestWorld()
@@ -70,6 +69,21 @@ QString TestWorld::preferencesFile() const
     return path(u"config/WayfarInstaller/preferences.json"_s);
 }
 
+void TestWorld::storeAccount(const std::optional<QString> &user, const std::optional<QString> &password)
+{
+    if (user)
+        m_defaults->setObject(Preferences::userName.key, *user);
+    if (password)
+        m_defaults->setObject(Preferences::password.key, *password);
+}
+
+UrlLoader &TestWorld::loader()
+{
+    if (!m_loader)
+        useVendor(network());
+    return *m_loader;
+}
+
 VendorServer &TestWorld::vendor()
 {
     if (!m_vendor)
@@ -79,6 +93,7 @@ VendorServer &TestWorld::vendor()
 
 void TestWorld::stopVendor()
 {
+    loader(); // made later, it would start another vendor
     m_vendor.reset();
 }
 

@@ -13,6 +13,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 
 // A player's home, a game folder and a vendor of one test's own. Make a new one for every test function; it sets XDG_*
 // for the process and takes the folders with it.
@@ -30,7 +31,8 @@ public:
     QString preferencesFile() const;
 
     UserDefaults &defaults() { return *m_defaults; }
-    UrlLoader &loader() { return *m_loader; }
+    void storeAccount(const std::optional<QString> &user, const std::optional<QString> &password);
+    UrlLoader &loader(); // with network(), unless said otherwise; it starts the vendor
     VendorServer &vendor(); // started at the first call
     void stopVendor(); // nothing answers at its port any more
     VendorSite site() const;

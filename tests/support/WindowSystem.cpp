@@ -1,50 +1,40 @@
 #include "support/WindowSystem.h"
 
+#include <QTest>
 #include <QWidget>
 #include <QWindow>
 
-// What the platform plugins call. Its header comes with a package of its own, which is not worth three functions.
-class Q_GUI_EXPORT QWindowSystemInterface
+namespace
 {
-public:
-    struct AsynchronousDelivery;
-
-    static void setSynchronousWindowSystemEvents(bool enable);
-    template<typename Delivery>
-    static bool handleMouseEvent(QWindow *window, const QPointF &local, const QPointF &global, Qt::MouseButtons held,
-                                 Qt::MouseButton button, QEvent::Type type, Qt::KeyboardModifiers modifiers,
-                                 Qt::MouseEventSource source);
-    template<typename Delivery>
-    static bool handleKeyEvent(QWindow *window, QEvent::Type type, int key, Qt::KeyboardModifiers modifiers,
-                               const QString &text, bool autoRepeat, ushort count);
-};
-
-using Async = QWindowSystemInterface::AsynchronousDelivery;
-
-void WindowSystem::queueEvents()
+// QTest hands the input of a window to the same place in Qt that a platform plugin does.
+template<typename Input> void queue(const QWidget &window, const Input &input)
 {
-    QWindowSystemInterface::setSynchronousWindowSystemEvents(false);
+    QWindow *const handle = window.windowHandle();
+    QMetaObject::invokeMethod(
+        handle, [handle, input] { input(handle); }, Qt::QueuedConnection);
 }
+} // namespace
 
 void WindowSystem::sendMouse(const QWidget &window, const QPoint &at, QEvent::Type type)
 {
-    const Qt::MouseButtons held = type == QEvent::MouseButtonRelease ? Qt::NoButton : Qt::LeftButton;
-    const Qt::MouseButton changed = type == QEvent::MouseMove ? Qt::NoButton : Qt::LeftButton;
-    QWindowSystemInterface::handleMouseEvent<Async>(window.windowHandle(), at, window.mapToGlobal(at), held, changed,
-                                                    type, Qt::NoModifier, Qt::MouseEventNotSynthesized);
+    queue(window, [at, type](QWindow *handle) {
+        if (type == QEvent::MouseButtonPress)
+            QTest::mousePress(handle, Qt::LeftButton, {}, at);
+        else if (type == QEvent::MouseButtonRelease)
+            QTest::mouseRelease(handle, Qt::LeftButton, {}, at);
+        else
+            QTest::mouseMove(handle, at);
+    });
 }
 
 void WindowSystem::sendClick(const QWidget &widget)
 {
-    const QWidget &window = *widget.window();
-    const QPoint at = widget.mapTo(&window, widget.rect().center());
-    sendMouse(window, at, QEvent::MouseButtonPress);
-    sendMouse(window, at, QEvent::MouseButtonRelease);
+    const QPoint at = widget.mapTo(widget.window(), widget.rect().center());
+    sendMouse(*widget.window(), at, QEvent::MouseButtonPress);
+    sendMouse(*widget.window(), at, QEvent::MouseButtonRelease);
 }
 
 void WindowSystem::sendKey(const QWidget &window, Qt::Key key, Qt::KeyboardModifiers modifiers)
 {
-    const QString text = modifiers ? QString() : QString(QChar(key));
-    for (const QEvent::Type type : {QEvent::KeyPress, QEvent::KeyRelease})
-        QWindowSystemInterface::handleKeyEvent<Async>(window.windowHandle(), type, key, modifiers, text, false, 1);
+    queue(window, [key, modifiers](QWindow *handle) { QTest::keyClick(handle, key, modifiers); });
 }

@@ -5,14 +5,12 @@
 
 class QWidget;
 
-// Input as a window system sends it: queued, until the main thread next looks. QTest's own comes at once.
+// Input that the main thread finds when it next looks at its events, as that of a window system. QTest's own comes at
+// once.
 namespace WindowSystem
 {
-// The offscreen platform hands its events over at once, exposures too; after this it queues them as others do.
-void queueEvents();
-
-void sendMouse(const QWidget &window, const QPoint &at,
-               QEvent::Type type); // of the left button, or a move while it is held
+// A press, a move or a release of the left button.
+void sendMouse(const QWidget &window, const QPoint &at, QEvent::Type type);
 void sendClick(const QWidget &widget); // into its middle
 void sendKey(const QWidget &window, Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier); // down and up
 } // namespace WindowSystem

@@ -1,7 +1,6 @@
-#include "support/Answers.h"
-#include "support/TestWorld.h"
-
 #include "upgrade/InstallerUpgrade.h"
+
+#include "support/Outages.h"
 
 #include <QTest>
 
@@ -25,14 +24,10 @@ private Q_SLOTS:
     void aNewerVersionIsReportedAsItCame();
     void otherwiseNothingIsWritten_data();
     void otherwiseNothingIsWritten();
-    void theLogNamesBothVersionsUnshortened_data();
-    void theLogNamesBothVersionsUnshortened();
     void aVendorOutOfReachIsAnError_data();
     void aVendorOutOfReachIsAnError();
-    void aRefusedConnectionIsAnError();
-    void aStrangersCertificateIsAnError();
-    void aVendorGoneSilentIsAnError_data();
-    void aVendorGoneSilentIsAnError();
+    void anAnswerWithoutAnAsciiTextIsAnError_data();
+    void anAnswerWithoutAnAsciiTextIsAnError();
     void anUnusedUpgradeIsEmpty();
 
 private:
@@ -49,6 +44,12 @@ private:
             available = upgrade->updateAvailable(&m_error, &m_version);
         });
         return available;
+    }
+    // The log names both versions as they are, up to a null.
+    void verifyLog(const QByteArray &published, const QString &installed) const
+    {
+        QCOMPARE(m_log,
+                 "App Version Check --- Internal: " + installed.toUtf8() + " Web: " + published.constData() + '\n');
     }
     void verifyUnreachable()
     {
@@ -69,12 +70,7 @@ private:
 void TestInstallerVersionCheck::theVersionIsFetchedByAPlainGet()
 {
     QVERIFY(!check());
-    QCOMPARE(m_world->vendor().requests().size(), 1);
-    const VendorRequest request = m_world->vendor().requests().constFirst();
-    QCOMPARE(request.method, "GET");
-    QCOMPARE(request.path, "/api/macVersion");
-    QCOMPARE(request.host, "wayfar.example"); // without www.
-    QCOMPARE(request.body, QByteArray());
+    QCOMPARE(askedOf(m_world->vendor()), QList<QByteArray>{"GET wayfar.example/api/macVersion"});
 }
 
 void TestInstallerVersionCheck::aNewerVersionIsReportedAsItCame_data()
@@ -113,22 +109,27 @@ void TestInstallerVersionCheck::aNewerVersionIsReportedAsItCame()
     QVERIFY(check(installed));
     QVERIFY(!m_error);
     QCOMPARE(m_version, QString::fromLatin1(published));
+    verifyLog(published, installed);
 }
 
 void TestInstallerVersionCheck::otherwiseNothingIsWritten_data()
 {
     QTest::addColumn<QByteArray>("published");
     QTest::addColumn<QString>("installed");
-    QTest::newRow("the same") << QByteArray("1.2.6") << u"1.2.6"_s;
-    QTest::newRow("the same but for a zero group") << QByteArray("1.3.0") << u"1.3"_s;
-    QTest::newRow("the same but for the installed one's") << QByteArray("1.3") << u"1.3.0.0"_s;
-    QTest::newRow("the same but for leading zeros") << QByteArray("1.02.6") << u"1.2.6"_s;
-    QTest::newRow("older") << QByteArray("1.2.5") << u"1.2.6"_s;
-    QTest::newRow("nine before ten") << QByteArray("1.2.9") << u"1.2.10"_s;
-    QTest::newRow("one group less") << QByteArray("1.2") << u"1.2.6"_s;
-    QTest::newRow("nothing but a zero group") << QByteArray(".0") << u"1.2.6"_s;
-    QTest::newRow("a line end alone") << QByteArray("\n") << u"1.2.6"_s;
-    QTest::newRow("older by thirty digits") << QByteArray("9") << u"100000000000000000000000000000"_s;
+    const auto row = [](const char *name, const QByteArray &published, const QString &installed) {
+        QTest::newRow(name) << published << installed;
+    };
+    row("the same", "1.2.6", u"1.2.6"_s);
+    row("the same but for a zero group", "1.3.0", u"1.3"_s);
+    row("the same but for the installed one's", "1.3", u"1.3.0.0"_s);
+    row("the same but for leading zeros", "1.02.6", u"1.2.6"_s);
+    row("older", "1.2.5", u"1.2.6"_s);
+    row("nine before ten", "1.2.9", u"1.2.10"_s);
+    row("one group less", "1.2", u"1.2.6"_s);
+    row("nothing but a zero group", ".0", u"1.2.6"_s);
+    row("a line end alone", "\n", u"1.2.6"_s);
+    row("placeholders", "%@", u"%s%@"_s);
+    row("older by thirty digits", "9", u"100000000000000000000000000000"_s);
 }
 
 void TestInstallerVersionCheck::otherwiseNothingIsWritten()
@@ -142,96 +143,36 @@ void TestInstallerVersionCheck::otherwiseNothingIsWritten()
         QVERIFY(!check(installed));
         QCOMPARE(m_error, flag);
         QCOMPARE(m_version, before);
+        verifyLog(published, installed);
     }
-}
-
-void TestInstallerVersionCheck::theLogNamesBothVersionsUnshortened_data()
-{
-    QTest::addColumn<QByteArray>("published");
-    QTest::addColumn<QString>("installed");
-    QTest::addColumn<QByteArray>("line");
-    const QByteArray start = "App Version Check --- Internal: ";
-    QTest::newRow("newer") << QByteArray("1.3.0") << u"1.2.0"_s << start + "1.2.0 Web: 1.3.0\n";
-    QTest::newRow("the same") << QByteArray("1.3.0") << u"1.3"_s << start + "1.3 Web: 1.3.0\n";
-    QTest::newRow("older") << QByteArray("1.0.0") << u"1.2.6"_s << start + "1.2.6 Web: 1.0.0\n";
-    QTest::newRow("placeholders") << QByteArray("%@") << u"%s%@"_s << start + "%s%@ Web: %@\n";
-}
-
-void TestInstallerVersionCheck::theLogNamesBothVersionsUnshortened()
-{
-    QFETCH(const QByteArray, published);
-    QFETCH(const QString, installed);
-    m_world->vendor().setInstallerVersion(published);
-    check(installed);
-    QTEST(m_log, "line");
 }
 
 void TestInstallerVersionCheck::aVendorOutOfReachIsAnError_data()
 {
-    QTest::addColumn<QByteArray>("body");
-    QTest::addColumn<int>("status");
-    QTest::addColumn<std::optional<qint64>>("resetAfter");
-    QTest::addColumn<std::optional<qint64>>("announced");
-    using Count = std::optional<qint64>;
-    QTest::newRow("no body") << QByteArray() << 200 << Count() << Count();
-    QTest::newRow("no content") << QByteArray() << 204 << Count() << Count();
-    QTest::newRow("an error without a page") << QByteArray() << 404 << Count() << Count();
-    QTest::newRow("broken before the answer") << QByteArray("9.9") << 200 << Count(-1) << Count();
-    QTest::newRow("broken before the body") << QByteArray("9.9") << 200 << Count(0) << Count();
-    QTest::newRow("broken in the body") << QByteArray("9.9") << 200 << Count(1) << Count();
-    QTest::newRow("fewer bytes than announced") << QByteArray("9.9") << 200 << Count() << Count(4);
-    QTest::newRow("not 7-bit") << QByteArray("9.9\xe9") << 200 << Count() << Count();
-    QTest::newRow("a byte-order mark") << QByteArray("\xef\xbb\xbf"
-                                                     "9.9")
-                                       << 200 << Count() << Count();
+    addOutages("9.9");
 }
 
 void TestInstallerVersionCheck::aVendorOutOfReachIsAnError()
 {
-    QFETCH(const QByteArray, body);
-    QFETCH(const int, status);
-    QFETCH(const std::optional<qint64>, resetAfter);
-    QFETCH(const std::optional<qint64>, announced);
-    VendorAnswer answer = answerWith(body, status);
-    answer.resetAfter = resetAfter;
-    answer.announcedLength = announced;
+    QFETCH(const Outage, outage);
+    outage.strike(*m_world, "/api/macVersion");
+    verifyUnreachable();
+}
+
+void TestInstallerVersionCheck::anAnswerWithoutAnAsciiTextIsAnError_data()
+{
+    QTest::addColumn<VendorAnswer>("answer");
+    QTest::newRow("no body") << answerWith({});
+    QTest::newRow("no content") << answerWith({}, 204);
+    QTest::newRow("an error without a page") << answerWith({}, 404);
+    QTest::newRow("not 7-bit") << answerWith("9.9\xe9");
+    QTest::newRow("a byte-order mark") << answerWith(QByteArray("\xef\xbb\xbf") + "9.9");
+}
+
+void TestInstallerVersionCheck::anAnswerWithoutAnAsciiTextIsAnError()
+{
+    QFETCH(const VendorAnswer, answer);
     m_world->vendor().setAnswer("/api/macVersion", answer);
-    verifyUnreachable();
-    QVERIFY(!m_world->vendor().requests().isEmpty());
-}
-
-void TestInstallerVersionCheck::aRefusedConnectionIsAnError()
-{
-    m_world->vendor().setInstallerVersion("9.9");
-    m_world->goOffline();
-    verifyUnreachable();
-}
-
-void TestInstallerVersionCheck::aStrangersCertificateIsAnError()
-{
-    VendorServer stranger({.trusted = false});
-    stranger.setInstallerVersion("9.9");
-    m_world->useVendor({.caFile = stranger.caFile(), .connectTo = stranger.connectTo()});
-    verifyUnreachable();
-    QVERIFY(stranger.requests().isEmpty());
-}
-
-void TestInstallerVersionCheck::aVendorGoneSilentIsAnError_data()
-{
-    QTest::addColumn<qint64>("stallAfter");
-    QTest::newRow("before the answer") << qint64(-1);
-    QTest::newRow("in the body") << qint64(1);
-}
-
-void TestInstallerVersionCheck::aVendorGoneSilentIsAnError()
-{
-    QFETCH(const qint64, stallAfter);
-    VendorAnswer answer = answerWith("9.9");
-    answer.stallAfter = stallAfter;
-    m_world->vendor().setAnswer("/api/macVersion", answer);
-    UrlLoaderSettings impatient = m_world->network();
-    impatient.idleSeconds = 1;
-    m_world->useVendor(impatient);
     verifyUnreachable();
 }
 
@@ -245,5 +186,5 @@ void TestInstallerVersionCheck::anUnusedUpgradeIsEmpty()
     QCOMPARE(upgrade->totalDownloaded(), qint64(0));
 }
 
-QTEST_MAIN(TestInstallerVersionCheck)
+QTEST_GUILESS_MAIN(TestInstallerVersionCheck)
 #include "TestInstallerVersionCheck.moc"

@@ -1,7 +1,6 @@
-#include "support/Answers.h"
-#include "support/TestWorld.h"
-
 #include "windows/ChangeLog.h"
+
+#include "support/Outages.h"
 #include "windows/LogWindow.h"
 
 #include <QApplication>
@@ -51,9 +50,6 @@ private Q_SLOTS:
     void theWindowStandsInTheMiddle();
     void theTextIsShownAsItIs_data();
     void theTextIsShownAsItIs();
-    void anAnswersStatusIsNotLookedAt_data();
-    void anAnswersStatusIsNotLookedAt();
-    void whatIsNot7BitAsciiLeavesTheWindowEmpty_data();
     void whatIsNot7BitAsciiLeavesTheWindowEmpty();
     void aTransportErrorLeavesTheWindowEmpty_data();
     void aTransportErrorLeavesTheWindowEmpty();
@@ -96,21 +92,13 @@ void TestChangeLog::theSitesChangeLogIsFetchedOnce()
     m_log->showLogs();
     QCOMPARE(m_log->text(), u"Version 1.2.6\n- Salt\n"_s);
     QCOMPARE(shown(), u"Version 1.2.6\n- Salt\n"_s);
-
-    const QList<VendorRequest> requests = m_world->vendor().requests();
-    QCOMPARE(requests.size(), 1);
-    QCOMPARE(requests.constFirst().method, "GET");
-    QCOMPARE(requests.constFirst().host, "wayfar.example");
-    QCOMPARE(requests.constFirst().path, path);
-    QCOMPARE(requests.constFirst().body, QByteArray());
+    QCOMPARE(askedOf(m_world->vendor()), QList<QByteArray>{"GET wayfar.example/api/changelog"});
 }
 
 // The fetch holds this thread: another one looks while the vendor keeps it waiting.
 void TestChangeLog::theWindowIsOnTheScreenBeforeTheFetch()
 {
-    VendorAnswer answer = answerWith("late");
-    answer.stallAfter = -1;
-    m_world->vendor().setAnswer(path, answer);
+    m_world->vendor().setAnswer(path, silentAfter(-1, "late"));
     PaintWatch watch;
     qApp->installEventFilter(&watch);
     std::atomic<bool> paintedFirst = false;
@@ -137,110 +125,72 @@ void TestChangeLog::theWindowStandsInTheMiddle()
 
 void TestChangeLog::theTextIsShownAsItIs_data()
 {
+    QTest::addColumn<int>("status");
     QTest::addColumn<QByteArray>("body");
     QTest::addColumn<QString>("text");
-    QTest::newRow("lines") << QByteArray("one\ntwo\n\n") << u"one\ntwo\n\n"_s;
-    QTest::newRow("line ends of two characters") << QByteArray("one\r\ntwo") << u"one\ntwo"_s;
-    QTest::newRow("markup") << QByteArray("<b>one</b> &amp; <img src=\"a\">") << u"<b>one</b> &amp; <img src=\"a\">"_s;
-    QTest::newRow("the last of the 7 bits") << QByteArray("~ %@ %1") << u"~ %@ %1"_s;
-    QTest::newRow("blanks at both ends") << QByteArray("  one\t ") << u"  one\t "_s;
-    QTest::newRow("nothing") << QByteArray("") << u""_s;
+    const auto row = [](const char *name, const QByteArray &body, const QString &text) {
+        QTest::newRow(name) << 200 << body << text;
+    };
+    row("lines", "one\ntwo\n\n", u"one\ntwo\n\n"_s);
+    row("line ends of two characters", "one\r\ntwo", u"one\ntwo"_s);
+    row("markup", "<b>one</b> &amp; <img src=\"a\">", u"<b>one</b> &amp; <img src=\"a\">"_s);
+    row("the last of the 7 bits", "~ %@ %1", u"~ %@ %1"_s);
+    row("blanks at both ends", "  one\t ", u"  one\t "_s);
+    row("nothing", "", u""_s);
+    for (const int status : {203, 404, 503})
+        QTest::addRow("status %d", status) << status << QByteArray("<h1>Not found</h1>") << u"<h1>Not found</h1>"_s;
 }
 
 void TestChangeLog::theTextIsShownAsItIs()
 {
+    QFETCH(const int, status);
     QFETCH(const QByteArray, body);
     QFETCH(const QString, text);
-    m_world->vendor().setAnswer(path, answerWith(body));
+    m_world->vendor().setAnswer(path, answerWith(body, status));
     m_log->showLogs();
     QCOMPARE(shown(), text);
     QCOMPARE(m_log->text(), QString::fromLatin1(body));
 }
 
-void TestChangeLog::anAnswersStatusIsNotLookedAt_data()
-{
-    QTest::addColumn<int>("status");
-    for (const int status : {203, 403, 404, 500, 503})
-        QTest::addRow("%d", status) << status;
-}
-
-void TestChangeLog::anAnswersStatusIsNotLookedAt()
-{
-    QFETCH(const int, status);
-    m_world->vendor().setAnswer(path, answerWith("<h1>Not found</h1>", status));
-    m_log->showLogs();
-    QCOMPARE(shown(), u"<h1>Not found</h1>"_s);
-}
-
-void TestChangeLog::whatIsNot7BitAsciiLeavesTheWindowEmpty_data()
-{
-    QTest::addColumn<QByteArray>("body");
-    QTest::newRow("UTF-8") << QByteArray("Caf\u00e9");
-    QTest::newRow("Latin 1") << QByteArray("Caf\xE9");
-    QTest::newRow("the first byte too many") << QByteArray("a\x80");
-    QTest::newRow("a byte-order mark") << QByteArray("\xEF\xBB\xBFVersion 1.2.6");
-    QTest::newRow("the very last byte") << QByteArray(100000, 'a') + '\xFF';
-}
-
 void TestChangeLog::whatIsNot7BitAsciiLeavesTheWindowEmpty()
 {
-    QFETCH(const QByteArray, body);
-    m_world->vendor().setAnswer(path, answerWith(body));
-    m_log->showLogs();
-    QVERIFY(m_log->window()->isVisible());
-    QCOMPARE(shown(), QString());
-    QCOMPARE(m_log->text(), std::nullopt);
+    const QList<QByteArray> bodies = {"Caf\u00e9", "Caf\xE9", "a\x80", "\xEF\xBB\xBFVersion 1.2.6",
+                                      QByteArray(100000, 'a') + '\xFF'};
+    for (const QByteArray &body : bodies) {
+        m_world->vendor().setAnswer(path, answerWith(body));
+        m_log->showLogs();
+        QVERIFY(m_log->window()->isVisible());
+        QCOMPARE(shown(), QString());
+        QCOMPARE(m_log->text(), std::nullopt);
+    }
 }
 
 void TestChangeLog::aTransportErrorLeavesTheWindowEmpty_data()
 {
-    QTest::addColumn<VendorAnswer>("answer");
-    QTest::addColumn<bool>("online");
-    QTest::newRow("no network") << VendorAnswer() << false;
-    VendorAnswer refused;
-    refused.resetAfter = -1;
-    QTest::newRow("a connection reset at once") << refused << true;
-    VendorAnswer cut = answerWith("Version 1.2.6");
-    cut.resetAfter = 7;
-    QTest::newRow("a connection reset in the text") << cut << true;
-    VendorAnswer silent = answerWith("Version 1.2.6");
-    silent.stallAfter = 0;
-    QTest::newRow("a vendor that falls silent") << silent << true;
-    VendorAnswer endless;
-    endless.filler = UrlLoader::MostInMemory + 1;
-    QTest::newRow("more than fits in memory") << endless << true;
+    addOutages("Version 1.2.6");
 }
 
 void TestChangeLog::aTransportErrorLeavesTheWindowEmpty()
 {
-    QFETCH(const VendorAnswer, answer);
-    QFETCH(const bool, online);
-    UrlLoaderSettings impatient = m_world->network();
-    impatient.idleSeconds = 1;
-    m_world->useVendor(impatient);
-    if (!online)
-        m_world->goOffline();
-    m_world->vendor().setAnswer(path, answer);
-    ChangeLog log(m_world->loader(), m_world->site());
-    standardErrorOf([&log] { log.showLogs(); }); // the platform's own words may stand there
-    QVERIFY(log.window()->isVisible());
-    QCOMPARE(log.window()->findChild<QPlainTextEdit *>(u"textView"_s)->toPlainText(), QString());
-    QCOMPARE(log.text(), std::nullopt);
+    QFETCH(const Outage, outage);
+    outage.strike(*m_world, path);
+    m_log = std::make_unique<ChangeLog>(m_world->loader(), m_world->site());
+    m_log->showLogs();
+    QVERIFY(m_log->window()->isVisible());
+    QCOMPARE(shown(), QString());
+    QCOMPARE(m_log->text(), std::nullopt);
     QVERIFY(!QApplication::activeModalWidget());
 }
 
 void TestChangeLog::aFailureKeepsTheTextOfBefore()
 {
     m_log->showLogs();
-    VendorAnswer cut = answerWith("newer");
-    cut.resetAfter = 2;
-    m_world->vendor().queueAnswer(path, cut);
-    m_log->showLogs();
-    QCOMPARE(shown(), u"Version 1.2.6\n- Salt\n"_s);
-    m_world->vendor().queueAnswer(path, answerWith("Caf\u00e9"));
-    m_log->showLogs();
-    QCOMPARE(shown(), u"Version 1.2.6\n- Salt\n"_s);
-    m_world->vendor().queueAnswer(path, answerWith("newer"));
+    for (const VendorAnswer &answer : {brokenAfter(2, "newer"), answerWith("Caf\u00e9")}) {
+        m_world->vendor().setAnswer(path, answer);
+        m_log->showLogs();
+        QCOMPARE(shown(), u"Version 1.2.6\n- Salt\n"_s);
+    }
+    m_world->vendor().setAnswer(path, answerWith("newer"));
     m_log->showLogs();
     QCOMPARE(shown(), u"newer"_s);
 }
@@ -287,24 +237,25 @@ void TestChangeLog::theFontIsLegible()
 
 void TestChangeLog::theWindowCloses_data()
 {
-    QTest::addColumn<int>("key");
-    QTest::addColumn<Qt::KeyboardModifiers>("modifiers");
-    QTest::newRow("by its button") << 0 << Qt::KeyboardModifiers();
-    QTest::newRow("by Escape") << int(Qt::Key_Escape) << Qt::KeyboardModifiers();
-    QTest::newRow("by Ctrl+W") << int(Qt::Key_W) << Qt::KeyboardModifiers(Qt::ControlModifier);
+    QTest::addColumn<std::function<void(LogWindow &)>>("close");
+    const auto row = [](const char *name, const std::function<void(LogWindow &)> &close) {
+        QTest::newRow(name) << close;
+    };
+    row("by its button", [](LogWindow &window) {
+        QTest::mouseClick(window.findChild<QPushButton *>(u"closeButton"_s), Qt::LeftButton);
+    });
+    row("by Escape", [](LogWindow &window) { QTest::keyClick(window.focusWidget(), Qt::Key_Escape); });
+    row("by Ctrl+W", [](LogWindow &window) { QTest::keyClick(window.focusWidget(), Qt::Key_W, Qt::ControlModifier); });
 }
 
 void TestChangeLog::theWindowCloses()
 {
-    QFETCH(const int, key);
-    QFETCH(const Qt::KeyboardModifiers, modifiers);
+    QFETCH(const std::function<void(LogWindow &)>, close);
     m_log->showLogs();
     const QPointer<LogWindow> window = m_log->window();
     QVERIFY(QTest::qWaitForWindowActive(window));
-    if (key != 0)
-        QTest::keyClick(textView(), Qt::Key(key), modifiers);
-    else
-        QTest::mouseClick(window->findChild<QPushButton *>(u"closeButton"_s), Qt::LeftButton);
+    textView()->setFocus();
+    close(*window);
     QVERIFY(!m_log->window());
     QTRY_VERIFY(!window); // it is gone, not hidden
 }
@@ -316,9 +267,7 @@ void TestChangeLog::aClosedWindowIsLoadedAgain()
     first->close();
     QVERIFY(!m_log->window());
     QTRY_VERIFY(!first);
-    VendorAnswer cut = answerWith("newer");
-    cut.resetAfter = 2;
-    m_world->vendor().setAnswer(path, cut);
+    m_world->vendor().setAnswer(path, brokenAfter(2, "newer"));
     m_log->showLogs();
     QVERIFY(m_log->window()->isVisible());
     QCOMPARE(shown(), u"Version 1.2.6\n- Salt\n"_s); // the controller still has it

@@ -17,10 +17,7 @@ class TestInstallerDownloadWindow : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void theBarShowsWholePercentsInItsRange_data();
     void theBarShowsWholePercentsInItsRange();
-    void theBarFollowsEveryChange();
-    void theTextStandsAsItIs_data();
     void theTextStandsAsItIs();
     void aTextOfAnyLengthLeavesTheWindowAsItIs();
     void itIsPresentedInFrontInTheMiddle();
@@ -35,54 +32,26 @@ private:
     }
 };
 
-void TestInstallerDownloadWindow::theBarShowsWholePercentsInItsRange_data()
-{
-    QTest::addColumn<double>("percentage");
-    QTest::addColumn<int>("shown");
-    QTest::newRow("zero") << 0.0 << 0;
-    QTest::newRow("within") << 33.0 << 33;
-    QTest::newRow("full") << 100.0 << 100;
-    QTest::newRow("below") << -1.0 << 0;
-    QTest::newRow("far below") << -9.0e18 << 0;
-    QTest::newRow("above") << 101.0 << 100;
-    QTest::newRow("far above") << 9.0e18 << 100;
-    QTest::newRow("lowest") << std::numeric_limits<double>::lowest() << 0;
-}
-
 void TestInstallerDownloadWindow::theBarShowsWholePercentsInItsRange()
 {
-    QFETCH(const double, percentage);
     InstallerDownloadWindow window;
-    window.showProgress(50);
-    window.showProgress(percentage);
-    QTEST(barOf(window).value(), "shown");
-}
-
-void TestInstallerDownloadWindow::theBarFollowsEveryChange()
-{
-    InstallerDownloadWindow window;
-    for (const int percentage : {0, 10, 100, 40, 0}) {
+    const QList<std::pair<double, int>> shown = {
+        {33, 33}, {100, 100}, {40, 40},   {0, 0},      {50, 50},
+        {-1, 0},  {101, 100}, {-9e18, 0}, {9e18, 100}, {std::numeric_limits<double>::lowest(), 0}};
+    for (const auto &[percentage, value] : shown) {
         window.showProgress(percentage);
-        QCOMPARE(barOf(window).value(), percentage);
+        QCOMPARE(barOf(window).value(), value);
     }
-}
-
-void TestInstallerDownloadWindow::theTextStandsAsItIs_data()
-{
-    QTest::addColumn<QString>("text");
-    QTest::newRow("plain") << u"Downloading version 1.3.0"_s;
-    QTest::newRow("markup") << u"Downloading version <b>1</b>"_s;
-    QTest::newRow("a shortcut's sign") << u"Downloading version 1&2"_s;
-    QTest::newRow("two lines") << u"Downloading version 1.3.0\n"_s;
 }
 
 void TestInstallerDownloadWindow::theTextStandsAsItIs()
 {
-    QFETCH(const QString, text);
     InstallerDownloadWindow window;
-    window.showText(u"another"_s);
-    window.showText(text);
-    QCOMPARE(labelOf(window).text(), text);
+    for (const QString &text : {u"Downloading version 1.3.0"_s, u"Downloading version <b>1</b>"_s,
+                                u"Downloading version 1&2"_s, u"Downloading version 1.3.0\n"_s}) {
+        window.showText(text);
+        QCOMPARE(labelOf(window).text(), text);
+    }
 }
 
 void TestInstallerDownloadWindow::aTextOfAnyLengthLeavesTheWindowAsItIs()

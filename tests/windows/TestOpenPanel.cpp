@@ -21,15 +21,17 @@ class TestOpenPanel : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    void init();
+    void cleanup();
+
     void oneThingIsChosen_data();
     void oneThingIsChosen();
     void aPlainFolderIsWalkedInto_data();
     void aPlainFolderIsWalkedInto();
-    void theFolderWalkedIntoIsChosenByTheButton();
+    void theOpenFolderIsMeantWhenNothingIsSelected();
     void cancelChoosesNothing_data();
     void cancelChoosesNothing();
     void withNothingSelectedThereIsNoFileToChoose();
-    void withNothingSelectedTheOpenFolderIsMeant();
     void theFolderDialogOffersFoldersOnly();
     void theFileDialogOffersFilesAndTheFoldersOnTheWay();
     void onlyOneCanBeSelected_data();
@@ -38,25 +40,50 @@ private Q_SLOTS:
     void oddNamesComeBackAsTheyAre();
     void controlHShowsAndHidesHiddenThings_data();
     void controlHShowsAndHidesHiddenThings();
-    void theWayUpOutOfABundleDoesNotChooseIt();
-    void aBundleLeftIsChosenFromOutsideAgain();
+    void theWayUpLeadsOutOfABundleWhichIsThenChosenFromOutside();
 
 private:
     static void addWays(OpenPanel::Choice choice, const QString &name, const QList<Way> &ways);
-    static void take(const PanelDriver &player, const QString &name, Way way);
-    // A folder with one thing of each kind.
-    static QString fill(const TestWorld &world);
+    // In the test's folder, which holds one thing of each kind. Then waits until the panel shows the name.
+    void open(OpenPanel::Choice choice, const QString &shown = u"Game"_s, const QString &current = u"none"_s);
+    void take(const QString &name, Way way) const;
+    QString path(const QString &name) const { return m_world->path(u"place/"_s + name); }
+    void verifyChosen(const QString &path) const
+    {
+        QCOMPARE(m_panel->result(), int(QDialog::Accepted));
+        QVERIFY(!m_panel->isVisible());
+        QCOMPARE(m_panel->chosen(), path);
+    }
+
+    std::unique_ptr<TestWorld> m_world;
+    std::unique_ptr<OpenPanel> m_panel;
+    std::unique_ptr<PanelDriver> m_player;
 };
 
-QString TestOpenPanel::fill(const TestWorld &world)
+void TestOpenPanel::init()
 {
-    const QString folder = world.path(u"place"_s);
-    for (const QString &name : {u"Game"_s, bundle, u"linked.app"_s, u".hidden folder"_s})
-        QDir().mkpath(folder + u'/' + name);
+    m_world = std::make_unique<TestWorld>();
+    for (const QString &name : {u"Game"_s, bundle, u".hidden folder"_s})
+        QVERIFY(QDir().mkpath(path(name)));
     for (const QString &name : {u"wow.sh"_s, u"single.app"_s, u"Game/inner.sh"_s, u".hidden"_s})
-        world.write(folder + u'/' + name, "");
-    QFile::link(folder + u'/' + bundle, folder + u"/link.app"_s);
-    return folder;
+        m_world->write(path(name), "");
+    QVERIFY(QFile::link(path(bundle), path(u"link.app"_s)));
+}
+
+void TestOpenPanel::cleanup()
+{
+    m_player.reset();
+    m_panel.reset();
+    m_world.reset();
+}
+
+void TestOpenPanel::open(OpenPanel::Choice choice, const QString &shown, const QString &current)
+{
+    m_panel = std::make_unique<OpenPanel>(choice, path(current), nullptr);
+    m_panel->show();
+    QVERIFY(QTest::qWaitForWindowActive(m_panel.get()));
+    m_player = std::make_unique<PanelDriver>(*m_panel);
+    QVERIFY(m_player->waitFor(shown));
 }
 
 void TestOpenPanel::addWays(OpenPanel::Choice choice, const QString &name, const QList<Way> &ways)
@@ -69,21 +96,21 @@ void TestOpenPanel::addWays(OpenPanel::Choice choice, const QString &name, const
         QTest::newRow((name.toUtf8() + ' ' + words.value(way)).constData()) << choice << name << way;
 }
 
-void TestOpenPanel::take(const PanelDriver &player, const QString &name, Way way)
+void TestOpenPanel::take(const QString &name, Way way) const
 {
     switch (way) {
     case Way::ChooseButton:
-        player.select(name);
-        player.click(player.chooseButton());
+        m_player->select(name);
+        m_player->click(m_player->chooseButton());
         break;
     case Way::Return:
-        player.pressReturnOn(name);
+        m_player->pressReturnOn(name);
         break;
     case Way::DoubleClick:
-        player.doubleClick(name);
+        m_player->doubleClick(name);
         break;
     case Way::TypedName:
-        player.type(name);
+        m_player->type(name);
         break;
     }
 }
@@ -106,18 +133,9 @@ void TestOpenPanel::oneThingIsChosen()
     QFETCH(const OpenPanel::Choice, choice);
     QFETCH(const QString, name);
     QFETCH(const Way, way);
-    const TestWorld world;
-    const QString folder = fill(world);
-    OpenPanel panel(choice, folder + u"/none"_s, nullptr);
-    panel.show();
-    QVERIFY(QTest::qWaitForWindowActive(&panel));
-    const PanelDriver player(panel);
-    QVERIFY(player.waitFor(name));
-
-    take(player, name, way);
-    QCOMPARE(panel.result(), int(QDialog::Accepted));
-    QVERIFY(!panel.isVisible());
-    QCOMPARE(panel.chosen(), folder + u'/' + name);
+    open(choice, name);
+    take(name, way);
+    verifyChosen(path(name));
 }
 
 void TestOpenPanel::aPlainFolderIsWalkedInto_data()
@@ -135,32 +153,22 @@ void TestOpenPanel::aPlainFolderIsWalkedInto()
     QFETCH(const OpenPanel::Choice, choice);
     QFETCH(const QString, name);
     QFETCH(const Way, way);
-    const TestWorld world;
-    const QString folder = fill(world);
-    OpenPanel panel(choice, folder + u"/none"_s, nullptr);
-    panel.show();
-    QVERIFY(QTest::qWaitForWindowActive(&panel));
-    const PanelDriver player(panel);
-    QVERIFY(player.waitFor(name));
-
-    take(player, name, way);
-    QVERIFY(panel.isVisible());
-    QCOMPARE(panel.directory().path(), QString(folder + u'/' + name));
+    open(choice, name);
+    take(name, way);
+    QVERIFY(m_panel->isVisible());
+    QCOMPARE(m_panel->directory().path(), path(name));
 }
 
-void TestOpenPanel::theFolderWalkedIntoIsChosenByTheButton()
+void TestOpenPanel::theOpenFolderIsMeantWhenNothingIsSelected()
 {
-    const TestWorld world;
-    const QString folder = fill(world);
-    OpenPanel panel(OpenPanel::Folders, folder, nullptr);
-    panel.show();
-    QVERIFY(QTest::qWaitForWindowActive(&panel));
-    const PanelDriver player(panel);
-    QVERIFY(player.waitFor(u"Game"_s));
-    player.doubleClick(u"Game"_s);
-    player.click(player.chooseButton());
-    QCOMPARE(panel.result(), int(QDialog::Accepted));
-    QCOMPARE(panel.chosen(), QString(folder + u"/Game"_s));
+    open(OpenPanel::Folders, u"Game"_s, u""_s);
+    m_player->click(m_player->chooseButton());
+    verifyChosen(m_world->path(u"place"_s));
+
+    open(OpenPanel::Folders, u"Game"_s, u""_s);
+    m_player->doubleClick(u"Game"_s);
+    m_player->click(m_player->chooseButton());
+    verifyChosen(path(u"Game"_s));
 }
 
 void TestOpenPanel::cancelChoosesNothing_data()
@@ -177,72 +185,41 @@ void TestOpenPanel::cancelChoosesNothing()
 {
     QFETCH(const OpenPanel::Choice, choice);
     QFETCH(const bool, byKey);
-    const TestWorld world;
-    OpenPanel panel(choice, fill(world) + u"/wow.sh"_s, nullptr);
-    panel.show();
-    QVERIFY(QTest::qWaitForWindowActive(&panel));
-    const PanelDriver player(panel);
-    QVERIFY(player.waitFor(u"Game"_s));
-    const QSignalSpy rejected(&panel, &QDialog::rejected);
+    open(choice, u"Game"_s, u"wow.sh"_s);
+    const QSignalSpy rejected(m_panel.get(), &QDialog::rejected);
     if (byKey)
-        QTest::keyClick(player.names(), Qt::Key_Escape);
+        QTest::keyClick(m_player->names(), Qt::Key_Escape);
     else
-        player.click(player.cancelButton());
+        m_player->click(m_player->cancelButton());
     QCOMPARE(rejected.size(), 1);
-    QVERIFY(!panel.isVisible());
-    QCOMPARE(panel.result(), int(QDialog::Rejected));
+    QVERIFY(!m_panel->isVisible());
+    QCOMPARE(m_panel->result(), int(QDialog::Rejected));
 }
 
 void TestOpenPanel::withNothingSelectedThereIsNoFileToChoose()
 {
-    const TestWorld world;
-    const QString folder = fill(world);
-    OpenPanel panel(OpenPanel::Files, folder + u"/none"_s, nullptr);
-    panel.show();
-    QVERIFY(QTest::qWaitForWindowActive(&panel));
-    const PanelDriver player(panel);
-    QVERIFY(player.waitFor(u"wow.sh"_s));
-    player.click(player.chooseButton());
-    QTest::keyClick(player.edit(), Qt::Key_Return);
-    QVERIFY(panel.isVisible());
-    QCOMPARE(panel.directory().path(), folder);
-}
-
-void TestOpenPanel::withNothingSelectedTheOpenFolderIsMeant()
-{
-    const TestWorld world;
-    const QString folder = fill(world);
-    OpenPanel panel(OpenPanel::Folders, folder, nullptr);
-    panel.show();
-    QVERIFY(QTest::qWaitForWindowActive(&panel));
-    const PanelDriver player(panel);
-    player.click(player.chooseButton());
-    QCOMPARE(panel.result(), int(QDialog::Accepted));
-    QCOMPARE(panel.chosen(), folder);
+    open(OpenPanel::Files, u"wow.sh"_s);
+    m_player->click(m_player->chooseButton());
+    QTest::keyClick(m_player->edit(), Qt::Key_Return);
+    QVERIFY(m_panel->isVisible());
+    QCOMPARE(m_panel->directory().path(), m_world->path(u"place"_s));
 }
 
 void TestOpenPanel::theFolderDialogOffersFoldersOnly()
 {
-    const TestWorld world;
-    OpenPanel panel(OpenPanel::Folders, fill(world), nullptr);
-    QCOMPARE(panel.windowTitle(), u"Choose game folder"_s);
-    panel.show();
-    const PanelDriver player(panel);
-    QVERIFY(player.waitFor(u"Game"_s));
-    QVERIFY(player.waitFor(bundle));
-    QVERIFY(!player.offers(u"wow.sh"_s));
-    QVERIFY(!player.offers(u"single.app"_s));
+    open(OpenPanel::Folders);
+    QCOMPARE(m_panel->windowTitle(), u"Choose game folder"_s);
+    QVERIFY(m_player->waitFor(bundle));
+    QVERIFY(!m_player->offers(u"wow.sh"_s));
+    QVERIFY(!m_player->offers(u"single.app"_s));
 }
 
 void TestOpenPanel::theFileDialogOffersFilesAndTheFoldersOnTheWay()
 {
-    const TestWorld world;
-    OpenPanel panel(OpenPanel::Files, fill(world) + u"/none"_s, nullptr);
-    QCOMPARE(panel.windowTitle(), u"Choose launcher"_s);
-    panel.show();
-    const PanelDriver player(panel);
-    for (const QString &name : {u"wow.sh"_s, u"single.app"_s, bundle, u"Game"_s})
-        QVERIFY2(player.waitFor(name), qPrintable(name));
+    open(OpenPanel::Files);
+    QCOMPARE(m_panel->windowTitle(), u"Choose launcher"_s);
+    for (const QString &name : {u"wow.sh"_s, u"single.app"_s, bundle})
+        QVERIFY2(m_player->waitFor(name), qPrintable(name));
 }
 
 void TestOpenPanel::onlyOneCanBeSelected_data()
@@ -255,15 +232,11 @@ void TestOpenPanel::onlyOneCanBeSelected_data()
 void TestOpenPanel::onlyOneCanBeSelected()
 {
     QFETCH(const OpenPanel::Choice, choice);
-    const TestWorld world;
-    OpenPanel panel(choice, fill(world) + u"/none"_s, nullptr);
-    panel.show();
-    const PanelDriver player(panel);
-    QVERIFY(player.waitFor(u"Game"_s));
-    QVERIFY(player.waitFor(bundle));
-    player.select(u"Game"_s);
-    QTest::keyClick(player.names(), Qt::Key_A, Qt::ControlModifier);
-    QCOMPARE(player.names()->selectionModel()->selectedRows().size(), 1);
+    open(choice);
+    QVERIFY(m_player->waitFor(bundle));
+    m_player->select(u"Game"_s);
+    QTest::keyClick(m_player->names(), Qt::Key_A, Qt::ControlModifier);
+    QCOMPARE(m_player->names()->selectionModel()->selectedRows().size(), 1);
 }
 
 void TestOpenPanel::oddNamesComeBackAsTheyAre_data()
@@ -281,20 +254,13 @@ void TestOpenPanel::oddNamesComeBackAsTheyAre()
 {
     QFETCH(const OpenPanel::Choice, choice);
     QFETCH(const QString, name);
-    const TestWorld world;
-    const QString folder = world.path(u"place"_s);
     if (choice == OpenPanel::Folders)
-        QVERIFY(QDir().mkpath(folder + u'/' + name));
+        QVERIFY(QDir().mkpath(path(name)));
     else
-        world.write(folder + u'/' + name, "");
-    OpenPanel panel(choice, folder + u"/none"_s, nullptr);
-    panel.show();
-    QVERIFY(QTest::qWaitForWindowActive(&panel));
-    const PanelDriver player(panel);
-    QVERIFY(player.waitFor(name));
-    take(player, name, Way::ChooseButton);
-    QCOMPARE(panel.result(), int(QDialog::Accepted));
-    QCOMPARE(panel.chosen(), QString(folder + u'/' + name));
+        m_world->write(path(name), "");
+    open(choice, name);
+    take(name, Way::ChooseButton);
+    verifyChosen(path(name));
 }
 
 void TestOpenPanel::controlHShowsAndHidesHiddenThings_data()
@@ -313,53 +279,31 @@ void TestOpenPanel::controlHShowsAndHidesHiddenThings()
     QFETCH(const OpenPanel::Choice, choice);
     QFETCH(const QString, hidden);
     QFETCH(const bool, inTheNameField);
-    const TestWorld world;
-    OpenPanel panel(choice, fill(world) + u"/none"_s, nullptr);
-    panel.show();
-    QVERIFY(QTest::qWaitForWindowActive(&panel));
-    const PanelDriver player(panel);
-    QVERIFY(player.waitFor(u"Game"_s));
-    QVERIFY(!player.offers(hidden));
+    open(choice);
+    QVERIFY(!m_player->offers(hidden));
 
-    QWidget *const place = inTheNameField ? static_cast<QWidget *>(player.edit()) : player.names();
+    QWidget *const place = inTheNameField ? static_cast<QWidget *>(m_player->edit()) : m_player->names();
     place->setFocus();
     QTest::keyClick(place, Qt::Key_H, Qt::ControlModifier);
-    QVERIFY(player.waitFor(hidden));
-    QVERIFY(player.waitFor(u"Game"_s));
+    QVERIFY(m_player->waitFor(hidden));
+    QVERIFY(m_player->waitFor(u"Game"_s));
     QTest::keyClick(place, Qt::Key_H, Qt::ControlModifier);
-    QTRY_VERIFY(!player.offers(hidden));
+    QTRY_VERIFY(!m_player->offers(hidden));
 }
 
-void TestOpenPanel::theWayUpOutOfABundleDoesNotChooseIt()
+void TestOpenPanel::theWayUpLeadsOutOfABundleWhichIsThenChosenFromOutside()
 {
-    const TestWorld world;
-    const QString folder = world.path(u"place"_s);
-    world.write(folder + u"/x.app/usr/inner.app/bin/tool"_s, "");
-    OpenPanel panel(OpenPanel::Files, folder + u"/x.app/usr/inner.app/bin/tool"_s, nullptr);
-    panel.show();
-    QVERIFY(QTest::qWaitForWindowActive(&panel));
-    const PanelDriver player(panel);
-    for (const QString &place : {u"/x.app/usr/inner.app"_s, u"/x.app/usr"_s, u"/x.app"_s, u""_s}) {
-        player.goUp();
-        QVERIFY2(panel.isVisible(), qPrintable(place));
-        QCOMPARE(panel.directory().path(), QString(folder + place));
+    const QString tool = u"x.app/usr/inner.app/bin/tool"_s;
+    m_world->write(path(tool), "");
+    open(OpenPanel::Files, u"tool"_s, tool);
+    for (const QString &place : {u"place/x.app/usr/inner.app"_s, u"place/x.app/usr"_s, u"place/x.app"_s, u"place"_s}) {
+        m_player->goUp();
+        QVERIFY2(m_panel->isVisible(), qPrintable(place));
+        QCOMPARE(m_panel->directory().path(), m_world->path(place));
     }
-}
-
-void TestOpenPanel::aBundleLeftIsChosenFromOutsideAgain()
-{
-    const TestWorld world;
-    const QString folder = world.path(u"place"_s);
-    world.write(folder + u"/x.app/tool"_s, "");
-    OpenPanel panel(OpenPanel::Files, folder + u"/x.app/tool"_s, nullptr);
-    panel.show();
-    QVERIFY(QTest::qWaitForWindowActive(&panel));
-    const PanelDriver player(panel);
-    player.goUp();
-    QVERIFY(player.waitFor(u"x.app"_s));
-    player.doubleClick(u"x.app"_s);
-    QCOMPARE(panel.result(), int(QDialog::Accepted));
-    QCOMPARE(panel.chosen(), QString(folder + u"/x.app"_s));
+    QVERIFY(m_player->waitFor(u"x.app"_s));
+    m_player->doubleClick(u"x.app"_s);
+    verifyChosen(path(u"x.app"_s));
 }
 
 QTEST_MAIN(TestOpenPanel)

@@ -14,24 +14,36 @@ class TestOpenPanelPlaces : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    void init()
+    {
+        m_world = std::make_unique<TestWorld>();
+        makeFolder(u"home"_s);
+    }
+    void cleanup() { m_world.reset(); }
+
     void itOpensAtTheCurrentValueOrTheNearestParent_data();
     void itOpensAtTheCurrentValueOrTheNearestParent();
     void theCurrentLauncherIsSelected_data();
     void theCurrentLauncherIsSelected();
-    void homeAndTheRootAreAlwaysOffered();
-    void thePlacesOfGamesThatExistAreOffered_data();
     void thePlacesOfGamesThatExistAreOffered();
     void aPlaceReachedTwoWaysIsOfferedOnce();
     void aClickOnAPlaceGoesThere();
 
 private:
-    static QStringList places(const OpenPanel &panel)
+    void makeFolder(const QString &name) const { QVERIFY(QDir().mkpath(m_world->path(name))); }
+    // The panel's places, below the world's folder, between its home and the root.
+    void verifyPlaces(const QStringList &names) const
     {
-        QStringList paths;
-        for (const QUrl &url : panel.sidebarUrls())
-            paths.append(url.toLocalFile());
-        return paths;
+        QStringList expected = {m_world->path(u"home"_s)};
+        for (const QString &name : names)
+            expected.append(m_world->path(name));
+        QStringList places;
+        for (const QUrl &url : OpenPanel(OpenPanel::Files, {}, nullptr).sidebarUrls())
+            places.append(url.toLocalFile());
+        QCOMPARE(places, expected << u"/"_s);
     }
+
+    std::unique_ptr<TestWorld> m_world;
 };
 
 void TestOpenPanelPlaces::itOpensAtTheCurrentValueOrTheNearestParent_data()
@@ -60,13 +72,11 @@ void TestOpenPanelPlaces::itOpensAtTheCurrentValueOrTheNearestParent()
     QFETCH(const OpenPanel::Choice, choice);
     QFETCH(const QString, current);
     QFETCH(const QString, folder);
-    const TestWorld world;
-    QVERIFY(QDir().mkpath(world.path(u"home"_s)));
-    QVERIFY(QDir().mkpath(world.path(u"games/wow/L.app"_s)));
-    world.write(world.path(u"games/wow/start.sh"_s), "");
-    world.write(world.path(u"games/.wine/start.sh"_s), "");
-    const OpenPanel panel(choice, current.isEmpty() ? QString() : world.path(current), nullptr);
-    QCOMPARE(panel.directory().path(), world.path(folder));
+    makeFolder(u"games/wow/L.app"_s);
+    m_world->write(m_world->path(u"games/wow/start.sh"_s), "");
+    m_world->write(m_world->path(u"games/.wine/start.sh"_s), "");
+    const OpenPanel panel(choice, current.isEmpty() ? QString() : m_world->path(current), nullptr);
+    QCOMPARE(panel.directory().path(), m_world->path(folder));
 }
 
 void TestOpenPanelPlaces::theCurrentLauncherIsSelected_data()
@@ -83,75 +93,59 @@ void TestOpenPanelPlaces::theCurrentLauncherIsSelected()
 {
     QFETCH(const QString, stored);
     QFETCH(const QString, name);
-    const TestWorld world;
-    QVERIFY(QDir().mkpath(world.path(u"games/L.app"_s)));
-    world.write(world.path(u"games/start.sh"_s), "");
-    OpenPanel panel(OpenPanel::Files, world.path(u"games/"_s + stored), nullptr);
+    makeFolder(u"games/L.app"_s);
+    m_world->write(m_world->path(u"games/start.sh"_s), "");
+    OpenPanel panel(OpenPanel::Files, m_world->path(u"games/"_s + stored), nullptr);
     panel.show();
     QVERIFY(QTest::qWaitForWindowActive(&panel));
-    QCOMPARE(panel.directory().path(), world.path(u"games"_s));
+    QCOMPARE(panel.directory().path(), m_world->path(u"games"_s));
     const PanelDriver player(panel);
     QCOMPARE(player.edit()->text(), name);
     QTest::keyClick(player.edit(), Qt::Key_Return);
     QCOMPARE(panel.result(), int(QDialog::Accepted));
-    QCOMPARE(panel.chosen(), world.path(u"games/"_s + name));
-}
-
-void TestOpenPanelPlaces::homeAndTheRootAreAlwaysOffered()
-{
-    const TestWorld world;
-    QVERIFY(QDir().mkpath(world.path(u"home"_s)));
-    const OpenPanel panel(OpenPanel::Folders, {}, nullptr);
-    QCOMPARE(places(panel), (QStringList{world.path(u"home"_s), u"/"_s}));
-}
-
-void TestOpenPanelPlaces::thePlacesOfGamesThatExistAreOffered_data()
-{
-    QTest::addColumn<QString>("place");
-    QTest::newRow("Games") << u"home/Games"_s;
-    QTest::newRow("Wine") << u"home/.wine/drive_c"_s;
-    QTest::newRow("Wine's other prefixes") << u"data/wineprefixes"_s;
-    QTest::newRow("Lutris") << u"data/lutris"_s;
-    QTest::newRow("Lutris as a Flatpak") << u"home/.var/app/net.lutris.Lutris/data/lutris"_s;
-    QTest::newRow("Steam's prefixes") << u"data/Steam/steamapps/compatdata"_s;
-    QTest::newRow("Steam's games") << u"data/Steam/steamapps/common"_s;
-    QTest::newRow("Steam's old place") << u"home/.steam/steam/steamapps/compatdata"_s;
-    QTest::newRow("Steam as a Flatpak")
-        << u"home/.var/app/com.valvesoftware.Steam/.local/share/Steam/steamapps/compatdata"_s;
+    QCOMPARE(panel.chosen(), m_world->path(u"games/"_s + name));
 }
 
 void TestOpenPanelPlaces::thePlacesOfGamesThatExistAreOffered()
 {
-    QFETCH(const QString, place);
-    const TestWorld world;
-    QVERIFY(QDir().mkpath(world.path(u"home"_s)));
-    QVERIFY(QDir().mkpath(world.path(place)));
-    const OpenPanel panel(OpenPanel::Files, {}, nullptr);
-    QCOMPARE(places(panel), (QStringList{world.path(u"home"_s), world.path(place), u"/"_s}));
+    verifyPlaces({});
+    const QStringList places = {u"home/Games"_s,
+                                u"home/.wine/drive_c"_s,
+                                u"data/wineprefixes"_s,
+                                u"data/lutris"_s,
+                                u"data/Steam/steamapps/compatdata"_s,
+                                u"data/Steam/steamapps/common"_s,
+                                u"home/.steam/steam/steamapps/compatdata"_s,
+                                u"home/.var/app/com.valvesoftware.Steam/.local/share/Steam/steamapps/compatdata"_s,
+                                u"home/.var/app/net.lutris.Lutris/data/lutris"_s};
+    for (const QString &place : places) {
+        makeFolder(place);
+        verifyPlaces({place});
+        QVERIFY(QDir().rmdir(m_world->path(place)));
+    }
+    for (const QString &place : places)
+        makeFolder(place);
+    verifyPlaces(places);
 }
 
 void TestOpenPanelPlaces::aPlaceReachedTwoWaysIsOfferedOnce()
 {
-    const TestWorld world;
-    QVERIFY(QDir().mkpath(world.path(u"data/Steam/steamapps/compatdata"_s)));
-    QVERIFY(QDir().mkpath(world.path(u"home/.steam"_s)));
-    QVERIFY(QFile::link(world.path(u"data/Steam"_s), world.path(u"home/.steam/steam"_s)));
-    const OpenPanel panel(OpenPanel::Folders, {}, nullptr);
-    QCOMPARE(places(panel),
-             (QStringList{world.path(u"home"_s), world.path(u"data/Steam/steamapps/compatdata"_s), u"/"_s}));
+    makeFolder(u"data/Steam/steamapps/compatdata"_s);
+    makeFolder(u"home/.steam"_s);
+    QVERIFY(QFile::link(m_world->path(u"data/Steam"_s), m_world->path(u"home/.steam/steam"_s)));
+    verifyPlaces({u"data/Steam/steamapps/compatdata"_s});
 }
 
 void TestOpenPanelPlaces::aClickOnAPlaceGoesThere()
 {
-    const TestWorld world;
-    QVERIFY(QDir().mkpath(world.path(u"home/Games"_s)));
+    makeFolder(u"home/Games"_s);
     OpenPanel panel(OpenPanel::Folders, {}, nullptr);
     panel.show();
     QVERIFY(QTest::qWaitForWindowActive(&panel));
     const auto *const bar = panel.findChild<QListView *>(u"sidebar"_s);
     const QModelIndex games = bar->model()->index(1, 0);
     QTest::mouseClick(bar->viewport(), Qt::LeftButton, {}, bar->visualRect(games).center());
-    QCOMPARE(panel.directory().path(), world.path(u"home/Games"_s));
+    QCOMPARE(panel.directory().path(), m_world->path(u"home/Games"_s));
 }
 
 QTEST_MAIN(TestOpenPanelPlaces)

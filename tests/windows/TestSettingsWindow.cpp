@@ -25,37 +25,34 @@ class TestSettingsWindow : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void init();
-    void cleanup();
+    void init() { m_world = std::make_unique<TestWorld>(); }
+    void cleanup() { delete m_window; }
 
     void itOpensWithWhatIsStored();
     void itOpensOnEmptyPreferencesWithoutWriting();
-    void everyKeystrokeIsStoredAtOnce_data();
-    void everyKeystrokeIsStoredAtOnce();
-    void aPastedTextIsStoredAtOnce();
-    void anEmptiedFieldIsStoredAsEmpty();
+    void everyEditOfAFieldIsStoredAtOnce_data();
+    void everyEditOfAFieldIsStoredAtOnce();
     void theCheckBoxStoresABooleanAtOnce();
     void showingStoredValuesWritesNothing();
     void thePasswordIsHiddenUntilItIsAskedFor();
     void tabWalksFromTopToBottom();
-    void namesSayWhatAControlIsFor_data();
     void namesSayWhatAControlIsFor();
-    void labelsLeadToTheirFields_data();
     void labelsLeadToTheirFields();
     void theRepairButtonSaysWhatItDeletes();
-    void buttonsReportTheirPress_data();
     void buttonsReportTheirPress();
-    void aBrowseButtonNamesItsPreference_data();
     void aBrowseButtonNamesItsPreference();
-    void returnIsOkAndEscapeIsCancel_data();
     void returnIsOkAndEscapeIsCancel();
-    void returnOnAButtonPressesItAndNotOk_data();
     void returnOnAButtonPressesItAndNotOk();
     void theTitleBarOnlyCloses();
     void itFollowsAChangeToDarkAndBack();
 
 private:
     void open();
+    void pressByKey(const QString &button) const
+    {
+        control(button)->setFocus();
+        QTest::keyClick(control(button), Qt::Key_Space);
+    }
     template<typename Control = QPushButton> Control *control(const QString &name) const
     {
         return m_window->findChild<Control *>(name);
@@ -70,16 +67,6 @@ private:
     QPointer<SettingsWindow> m_window;
 };
 
-void TestSettingsWindow::init()
-{
-    m_world = std::make_unique<TestWorld>();
-}
-
-void TestSettingsWindow::cleanup()
-{
-    delete m_window;
-}
-
 void TestSettingsWindow::open()
 {
     m_window = new SettingsWindow(m_world->defaults(), nullptr);
@@ -89,12 +76,10 @@ void TestSettingsWindow::open()
 
 void TestSettingsWindow::itOpensWithWhatIsStored()
 {
-    UserDefaults &defaults = m_world->defaults();
-    defaults.setObject(Preferences::userName.key, u"anna"_s);
-    defaults.setObject(Preferences::password.key, u"secret"_s);
-    defaults.setObject(Preferences::autoLaunch.key, true);
+    m_world->storeAccount(u"anna"_s, u"secret"_s);
+    m_world->defaults().setObject(Preferences::autoLaunch.key, true);
     const QString launcher = u"/a long way/"_s.repeated(30) + u"World of Warcraft Launcher.app"_s;
-    defaults.setObject(Preferences::launchPath.key, launcher);
+    m_world->defaults().setObject(Preferences::launchPath.key, launcher);
     open();
     QCOMPARE(control<QLineEdit>(u"userNameField"_s)->text(), u"anna"_s);
     QCOMPARE(control<QLineEdit>(u"passwordField"_s)->text(), u"secret"_s);
@@ -117,7 +102,7 @@ void TestSettingsWindow::itOpensOnEmptyPreferencesWithoutWriting()
     QCOMPARE(m_world->read(m_world->preferencesFile()), QByteArray("{}"));
 }
 
-void TestSettingsWindow::everyKeystrokeIsStoredAtOnce_data()
+void TestSettingsWindow::everyEditOfAFieldIsStoredAtOnce_data()
 {
     QTest::addColumn<QString>("field");
     QTest::addColumn<QString>("key");
@@ -125,7 +110,7 @@ void TestSettingsWindow::everyKeystrokeIsStoredAtOnce_data()
     QTest::newRow("password") << u"passwordField"_s << u"wayfarpasswd"_s;
 }
 
-void TestSettingsWindow::everyKeystrokeIsStoredAtOnce()
+void TestSettingsWindow::everyEditOfAFieldIsStoredAtOnce()
 {
     QFETCH(const QString, field);
     QFETCH(const QString, key);
@@ -141,25 +126,13 @@ void TestSettingsWindow::everyKeystrokeIsStoredAtOnce()
     }
     QTest::keyClick(edit, Qt::Key_Backspace);
     QCOMPARE(onDisk(key), QJsonValue(u" a&\""_s));
-}
-
-void TestSettingsWindow::aPastedTextIsStoredAtOnce()
-{
-    open();
+    edit->selectAll();
     QGuiApplication::clipboard()->setText(u"pasted"_s);
-    control<QLineEdit>(u"passwordField"_s)->setFocus();
-    QTest::keyClick(control<QLineEdit>(u"passwordField"_s), Qt::Key_V, Qt::ControlModifier);
-    QCOMPARE(onDisk(u"wayfarpasswd"_s), QJsonValue(u"pasted"_s));
-}
-
-void TestSettingsWindow::anEmptiedFieldIsStoredAsEmpty()
-{
-    m_world->defaults().setObject(Preferences::userName.key, u"anna"_s);
-    open();
-    auto *const edit = control<QLineEdit>(u"userNameField"_s);
+    QTest::keyClick(edit, Qt::Key_V, Qt::ControlModifier);
+    QCOMPARE(onDisk(key), QJsonValue(u"pasted"_s));
     edit->selectAll();
     QTest::keyClick(edit, Qt::Key_Delete);
-    QCOMPARE(onDisk(u"wayfaruser"_s), QJsonValue(QString()));
+    QCOMPARE(onDisk(key), QJsonValue(QString())); // stored as empty, not removed
 }
 
 void TestSettingsWindow::theCheckBoxStoresABooleanAtOnce()
@@ -189,19 +162,18 @@ void TestSettingsWindow::showingStoredValuesWritesNothing()
 
 void TestSettingsWindow::thePasswordIsHiddenUntilItIsAskedFor()
 {
-    m_world->defaults().setObject(Preferences::password.key, u"secret"_s);
+    m_world->storeAccount({}, u"secret"_s);
     open();
     const auto *const field = control<QLineEdit>(u"passwordField"_s);
-    auto *const toggle = control(u"showPasswordButton"_s);
+    const auto *const toggle = control(u"showPasswordButton"_s);
     QCOMPARE(field->echoMode(), QLineEdit::Password);
     QVERIFY(!field->displayText().contains(u's'));
     QCOMPARE(toggle->accessibleName(), u"Show password"_s);
-    toggle->setFocus();
-    QTest::keyClick(toggle, Qt::Key_Space);
+    pressByKey(u"showPasswordButton"_s);
     QCOMPARE(field->displayText(), u"secret"_s);
     QCOMPARE(toggle->accessibleName(), u"Hide password"_s);
     QCOMPARE(toggle->text(), u"Hide"_s);
-    QTest::keyClick(toggle, Qt::Key_Space);
+    pressByKey(u"showPasswordButton"_s);
     QCOMPARE(field->echoMode(), QLineEdit::Password);
     QCOMPARE(toggle->text(), u"Show"_s);
 }
@@ -222,53 +194,37 @@ void TestSettingsWindow::tabWalksFromTopToBottom()
     QCOMPARE(QApplication::focusWidget()->objectName(), order.last());
 }
 
-void TestSettingsWindow::namesSayWhatAControlIsFor_data()
-{
-    QTest::addColumn<QString>("control");
-    QTest::addColumn<QString>("name");
-    QTest::newRow("user name") << u"userNameField"_s << u"User name"_s;
-    QTest::newRow("password") << u"passwordField"_s << u"Password"_s;
-    QTest::newRow("automatic launch") << u"autoLaunchBox"_s << u"Start the game automatically"_s;
-    QTest::newRow("game folder") << u"installPathButton"_s << u"Choose game folder"_s;
-    QTest::newRow("launcher") << u"launchPathButton"_s << u"Choose launcher"_s;
-    QTest::newRow("detect") << u"detectButton"_s << u"Detect"_s;
-    QTest::newRow("repair") << u"repairButton"_s << u"Repair"_s;
-    QTest::newRow("OK") << u"okButton"_s << u"OK"_s;
-    QTest::newRow("Cancel") << u"cancelButton"_s << u"Cancel"_s;
-}
-
 void TestSettingsWindow::namesSayWhatAControlIsFor()
 {
-    QFETCH(const QString, control);
-    QFETCH(const QString, name);
     open();
-    const auto *const widget = m_window->findChild<QWidget *>(control);
-    QCOMPARE(widget->accessibleName(), name);
-    if (const auto *const button = qobject_cast<const QAbstractButton *>(widget))
-        QCOMPARE(button->text().remove(u'&'), name);
-}
-
-void TestSettingsWindow::labelsLeadToTheirFields_data()
-{
-    QTest::addColumn<QString>("label");
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<Qt::Key>("mnemonic");
-    QTest::addColumn<QString>("field");
-    QTest::newRow("user name") << u"userNameLabel"_s << u"User name"_s << Qt::Key_U << u"userNameField"_s;
-    QTest::newRow("password") << u"passwordLabel"_s << u"Password"_s << Qt::Key_P << u"passwordField"_s;
+    const QList<std::pair<QString, QString>> names = {{u"userNameField"_s, u"User name"_s},
+                                                      {u"passwordField"_s, u"Password"_s},
+                                                      {u"autoLaunchBox"_s, u"Start the game automatically"_s},
+                                                      {u"installPathButton"_s, u"Choose game folder"_s},
+                                                      {u"launchPathButton"_s, u"Choose launcher"_s},
+                                                      {u"detectButton"_s, u"Detect"_s},
+                                                      {u"repairButton"_s, u"Repair"_s},
+                                                      {u"okButton"_s, u"OK"_s},
+                                                      {u"cancelButton"_s, u"Cancel"_s}};
+    for (const auto &[control, name] : names) {
+        const auto *const widget = m_window->findChild<QWidget *>(control);
+        QCOMPARE(widget->accessibleName(), name);
+        if (const auto *const button = qobject_cast<const QAbstractButton *>(widget))
+            QCOMPARE(button->text().remove(u'&'), name);
+    }
 }
 
 void TestSettingsWindow::labelsLeadToTheirFields()
 {
-    QFETCH(const QString, label);
-    QFETCH(const QString, text);
-    QFETCH(const Qt::Key, mnemonic);
-    QFETCH(const QString, field);
     open();
-    control(u"okButton"_s)->setFocus();
-    QCOMPARE(control<QLabel>(label)->text().remove(u'&'), text);
-    QTest::keyClick(m_window, mnemonic, Qt::AltModifier);
-    QVERIFY(control<QLineEdit>(field)->hasFocus());
+    const auto verify = [this](const QString &label, const QString &text, Qt::Key mnemonic, const QString &field) {
+        control(u"okButton"_s)->setFocus();
+        QCOMPARE(control<QLabel>(label)->text().remove(u'&'), text);
+        QTest::keyClick(m_window, mnemonic, Qt::AltModifier);
+        QVERIFY(control<QLineEdit>(field)->hasFocus());
+    };
+    verify(u"userNameLabel"_s, u"User name"_s, Qt::Key_U, u"userNameField"_s);
+    verify(u"passwordLabel"_s, u"Password"_s, Qt::Key_P, u"passwordField"_s);
 }
 
 void TestSettingsWindow::theRepairButtonSaysWhatItDeletes()
@@ -279,99 +235,67 @@ void TestSettingsWindow::theRepairButtonSaysWhatItDeletes()
         QVERIFY2(tip.contains(name), qPrintable(name));
 }
 
-void TestSettingsWindow::buttonsReportTheirPress_data()
-{
-    QTest::addColumn<QString>("button");
-    QTest::addColumn<QByteArray>("signal");
-    QTest::newRow("detect") << u"detectButton"_s << QByteArray(SIGNAL(detectPressed()));
-    QTest::newRow("repair") << u"repairButton"_s << QByteArray(SIGNAL(repairPressed()));
-    QTest::newRow("OK") << u"okButton"_s << QByteArray(SIGNAL(okayPressed()));
-    QTest::newRow("Cancel") << u"cancelButton"_s << QByteArray(SIGNAL(cancelPressed()));
-}
-
 void TestSettingsWindow::buttonsReportTheirPress()
 {
-    QFETCH(const QString, button);
-    QFETCH(const QByteArray, signal);
     open();
-    const QSignalSpy presses(m_window, signal.constData());
-    control(button)->setFocus();
-    QTest::keyClick(control(button), Qt::Key_Space);
-    QCOMPARE(presses.size(), 1);
-    QVERIFY(m_window->isVisible()); // what follows is the owner's business
-}
-
-void TestSettingsWindow::aBrowseButtonNamesItsPreference_data()
-{
-    QTest::addColumn<QString>("button");
-    QTest::addColumn<QString>("key");
-    QTest::newRow("game folder") << u"installPathButton"_s << u"installPath"_s;
-    QTest::newRow("launcher") << u"launchPathButton"_s << u"launchPath"_s;
+    const QList<std::pair<QString, QByteArray>> signalsOf = {{u"detectButton"_s, SIGNAL(detectPressed())},
+                                                             {u"repairButton"_s, SIGNAL(repairPressed())},
+                                                             {u"okButton"_s, SIGNAL(okayPressed())},
+                                                             {u"cancelButton"_s, SIGNAL(cancelPressed())}};
+    for (const auto &[button, signal] : signalsOf) {
+        const QSignalSpy presses(m_window, signal.constData());
+        pressByKey(button);
+        QCOMPARE(presses.size(), 1);
+        QVERIFY(m_window->isVisible()); // what follows is the owner's business
+    }
 }
 
 void TestSettingsWindow::aBrowseButtonNamesItsPreference()
 {
-    QFETCH(const QString, button);
-    QFETCH(const QString, key);
     open();
-    const QSignalSpy presses(m_window, &SettingsWindow::browsePressed);
-    control(button)->setFocus();
-    QTest::keyClick(control(button), Qt::Key_Space);
-    QCOMPARE(presses.size(), 1);
-    QCOMPARE(presses.first().first().value<QObject *>()->property("buttonType").toString(), key);
-}
-
-void TestSettingsWindow::returnIsOkAndEscapeIsCancel_data()
-{
-    QTest::addColumn<QString>("focus");
-    QTest::newRow("in the user name") << u"userNameField"_s;
-    QTest::newRow("in the password") << u"passwordField"_s;
-    QTest::newRow("on the check box") << u"autoLaunchBox"_s;
+    for (const QString &key : {u"installPath"_s, u"launchPath"_s}) {
+        const QSignalSpy presses(m_window, &SettingsWindow::browsePressed);
+        pressByKey(key + u"Button"_s);
+        QCOMPARE(presses.size(), 1);
+        QCOMPARE(presses.first().first().value<QObject *>()->property("buttonType").toString(), key);
+    }
 }
 
 void TestSettingsWindow::returnIsOkAndEscapeIsCancel()
 {
-    QFETCH(const QString, focus);
     open();
-    auto *const widget = m_window->findChild<QWidget *>(focus);
-    widget->setFocus();
-    const QSignalSpy okays(m_window, &SettingsWindow::okayPressed);
-    const QSignalSpy cancels(m_window, &SettingsWindow::cancelPressed);
-    QTest::keyClick(widget, Qt::Key_Return);
-    QCOMPARE(okays.size(), 1);
-    QCOMPARE(cancels.size(), 0);
-    QTest::keyClick(widget, Qt::Key_Escape);
-    QCOMPARE(okays.size(), 1);
-    QCOMPARE(cancels.size(), 1);
-}
-
-void TestSettingsWindow::returnOnAButtonPressesItAndNotOk_data()
-{
-    QTest::addColumn<QString>("button");
-    for (const QString &name : {u"cancelButton"_s, u"repairButton"_s, u"detectButton"_s, u"showPasswordButton"_s,
-                                u"installPathButton"_s, u"launchPathButton"_s})
-        QTest::newRow(qPrintable(name)) << name;
+    for (const QString &focus : {u"userNameField"_s, u"passwordField"_s, u"autoLaunchBox"_s}) {
+        auto *const widget = m_window->findChild<QWidget *>(focus);
+        widget->setFocus();
+        const QSignalSpy okays(m_window, &SettingsWindow::okayPressed);
+        const QSignalSpy cancels(m_window, &SettingsWindow::cancelPressed);
+        QTest::keyClick(widget, Qt::Key_Return);
+        QCOMPARE(okays.size(), 1);
+        QCOMPARE(cancels.size(), 0);
+        QTest::keyClick(widget, Qt::Key_Escape);
+        QCOMPARE(okays.size(), 1);
+        QCOMPARE(cancels.size(), 1);
+    }
 }
 
 void TestSettingsWindow::returnOnAButtonPressesItAndNotOk()
 {
-    QFETCH(const QString, button);
     open();
-    QPushButton *const pressed = control(button);
-    for (const Qt::Key key : {Qt::Key_Return, Qt::Key_Enter}) {
-        pressed->setFocus();
+    for (const QString &name : {u"cancelButton"_s, u"repairButton"_s, u"detectButton"_s, u"showPasswordButton"_s,
+                                u"installPathButton"_s, u"launchPathButton"_s}) {
+        QPushButton *const pressed = control(name);
         const QSignalSpy okays(m_window, &SettingsWindow::okayPressed);
         const QSignalSpy presses(pressed, &QPushButton::clicked);
-        QTest::keyClick(pressed, key);
-        QCOMPARE(presses.size(), 1);
+        pressed->setFocus();
+        QTest::keyClick(pressed, Qt::Key_Return);
+        QTest::keyClick(pressed, Qt::Key_Enter);
+        QCOMPARE(presses.size(), 2);
         QCOMPARE(okays.size(), 0);
+        control<QLineEdit>(u"userNameField"_s)->setFocus(); // and there it is OK again
+        QTest::keyClick(m_window->focusWidget(), Qt::Key_Return);
+        QCOMPARE(okays.size(), 1);
+        QCOMPARE(presses.size(), 2);
     }
-    control<QLineEdit>(u"userNameField"_s)->setFocus(); // and there it is OK again
-    const QSignalSpy okays(m_window, &SettingsWindow::okayPressed);
-    const QSignalSpy presses(pressed, &QPushButton::clicked);
-    QTest::keyClick(m_window->focusWidget(), Qt::Key_Return);
-    QCOMPARE(okays.size(), 1);
-    QCOMPARE(presses.size(), 0);
 }
 
 void TestSettingsWindow::theTitleBarOnlyCloses()

@@ -53,7 +53,7 @@ namespace
 {
 QStringList unshare()
 {
-    QStringList command = {u"unshare"_s, u"--mount"_s, u"--propagation"_s, u"private"_s};
+    QStringList command = {u"unshare"_s, u"--mount"_s, u"--net"_s, u"--propagation"_s, u"private"_s};
     if (::geteuid() != 0)
         command << u"--user"_s << u"--map-root-user"_s;
     return command;
@@ -63,6 +63,11 @@ QStringList unshare()
 QStringList Rerun::withMounts(const QString &script, const QString &folder)
 {
     return unshare() << u"/bin/sh"_s << u"-ec"_s << script + u"\nshift; exec \"$@\""_s << u"sh"_s << folder;
+}
+
+QStringList Rerun::withPrivateNetwork()
+{
+    return withMounts(u"ip link set lo up"_s, {});
 }
 
 bool Rerun::canMount()

@@ -25,6 +25,8 @@ bool isOnAFineScreen();
 
 // A launcher into a mount namespace: the script, which finds the folder as $1, sets it up first as root of it.
 QStringList withMounts(const QString &script, const QString &folder);
-// Whether the kernel lets this process have mounts of its own. A container may forbid it.
+// A launcher into a network that nobody else reaches, with a loopback interface alone.
+QStringList withPrivateNetwork();
+// Whether the kernel lets this process have mounts and a network of its own. A container may forbid it.
 bool canMount();
 } // namespace Rerun

@@ -4,6 +4,21 @@
 
 #include "platform/UrlLoader.h"
 
+// Of the vendor's web site.
+inline QString addressOf(const QString &path)
+{
+    return QStringLiteral("https://wayfar.example") + path;
+}
+
+// With the headers that the program's forms have.
+inline UrlRequest formTo(const QString &url, const QByteArray &form = "user=ann&pass=key")
+{
+    return {.url = url,
+            .method = "POST",
+            .headers = {{"Content-Length", QByteArray::number(form.size())}, {"Content-Type", "words no semicolon"}},
+            .body = form};
+}
+
 // The settings that lead to the vendor.
 inline UrlLoaderSettings networkOf(const VendorServer &vendor, int idleSeconds = 60)
 {
@@ -38,6 +53,31 @@ inline VendorAnswer answerOf(VendorAnswer::Length length, const QByteArray &body
 {
     VendorAnswer answer = answerWith(body);
     answer.length = length;
+    return answer;
+}
+
+// The connection breaks when this much of the body has come.
+inline VendorAnswer cutAfter(qint64 bytes, const QByteArray &body,
+                             VendorAnswer::Length length = VendorAnswer::Length::Exact)
+{
+    VendorAnswer answer = answerOf(length, body);
+    answer.resetAfter = bytes;
+    return answer;
+}
+
+// Nothing more comes after this much of the body, until VendorServer::step().
+inline VendorAnswer stalledAfter(qint64 bytes, const QByteArray &body)
+{
+    VendorAnswer answer = answerWith(body);
+    answer.stallAfter = bytes;
+    return answer;
+}
+
+// The connection is closed in good order, but bytes are missing at the end.
+inline VendorAnswer shorterThanAnnounced(const QByteArray &body, qint64 missing = 1)
+{
+    VendorAnswer answer = answerWith(body);
+    answer.announcedLength = body.size() + missing;
     return answer;
 }
 

@@ -32,7 +32,6 @@ TestWorld::TestWorld()
     qputenv("XDG_CONFIG_DIRS", path(u"etc"_s).toLocal8Bit());
     m_defaults = std::make_unique<UserDefaults>();
     m_defaults->setObject(Preferences::installPath.key, gameFolder());
-    m_loader = std::make_unique<UrlLoader>(network());
 }
 
 TestWorld::~TestWorld()
@@ -79,7 +78,15 @@ VendorServer &TestWorld::vendor()
 
 void TestWorld::stopVendor()
 {
+    (void)loader(); // it still leads to that port
     m_vendor.reset();
+}
+
+UrlLoader &TestWorld::loader()
+{
+    if (!m_loader)
+        useVendor(network());
+    return *m_loader;
 }
 
 VendorSite TestWorld::site() const
@@ -99,9 +106,7 @@ void TestWorld::useVendor(const UrlLoaderSettings &settings)
 
 void TestWorld::goOffline()
 {
-    UrlLoaderSettings nowhere = network();
-    nowhere.connectTo = {"::127.0.0.1:1"}; // nothing listens there
-    useVendor(nowhere);
+    useVendor({.connectTo = {"::127.0.0.1:1"}}); // nothing listens there
 }
 
 void TestWorld::write(const QString &file, const QByteArray &bytes) const

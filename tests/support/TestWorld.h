@@ -30,8 +30,8 @@ public:
     QString preferencesFile() const;
 
     UserDefaults &defaults() { return *m_defaults; }
-    UrlLoader &loader() { return *m_loader; }
-    VendorServer &vendor(); // started at the first call
+    UrlLoader &loader(); // leads to the vendor
+    VendorServer &vendor(); // started at the first call of this or of loader()
     void stopVendor(); // nothing answers at its port any more
     VendorSite site() const;
     UrlLoaderSettings network(); // that leads to the vendor

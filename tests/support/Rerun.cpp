@@ -37,6 +37,16 @@ Rerun::Result Rerun::run(const QStringList &launcher, const QProcessEnvironment 
     return {ended ? process.exitCode() : -1, process.readAll()};
 }
 
+void Rerun::verifyPasses(const QStringList &launcher, std::initializer_list<std::pair<QString, QString>> variables,
+                         const QString &program)
+{
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    for (const auto &[name, value] : variables)
+        environment.insert(name, value);
+    const Result result = run(launcher, environment, program);
+    QVERIFY2(result.status == 0, result.output.constData());
+}
+
 namespace
 {
 QStringList unshare()

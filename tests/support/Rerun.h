@@ -5,6 +5,9 @@
 #include <QString>
 #include <QStringList>
 
+#include <initializer_list>
+#include <utility>
+
 // The running test function once more in a process of its own: with other mounts, other settings of the environment,
 // or from another place. There isRerun() is true, and the function does its work instead of starting one more.
 namespace Rerun
@@ -19,6 +22,10 @@ bool isRerun();
 Result run(const QStringList &launcher,
            const QProcessEnvironment &environment = QProcessEnvironment::systemEnvironment(),
            const QString &program = {});
+
+// The same, and the test fails where the function does not pass. The environment is ours with these variables on top.
+void verifyPasses(const QStringList &launcher, std::initializer_list<std::pair<QString, QString>> variables,
+                  const QString &program = {});
 
 // A launcher into a mount namespace: the script, which finds the folder as $1, sets it up first as root of it.
 QStringList withMounts(const QString &script, const QString &folder);

@@ -123,6 +123,12 @@ QByteArray TestWorld::read(const QString &file) const
     return in.open(QIODevice::ReadOnly) ? in.readAll() : QByteArray();
 }
 
+QStringList TestWorld::namesIn(const QString &folder) const
+{
+    return QDir(path(folder))
+        .entryList(QDir::AllEntries | QDir::System | QDir::Hidden | QDir::NoDotAndDotDot, QDir::Name);
+}
+
 void TestWorld::installPack(const QByteArray &version) const
 {
     write(addOnFolder() + u"/Trailbook/Trailbook.toc"_s, "## Title: Trailbook\n## Version: " + version + "\n");

@@ -32,88 +32,82 @@ class TestSingleInstance : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void theFirstOfItsKindMayRun();
+    void init() { m_folder = std::make_unique<QTemporaryDir>(); }
+
     void theSecondIsNotFirstAndCallsTheFirst();
     void anotherExecutableIsNotHeldUp();
     void theEndOfTheFirstFreesThePlace();
     void aKilledProgramLeavesNothingInTheWay();
-    void withoutAFolderTheProgramStartsAllTheSame();
     void aReleasedPlaceIsFreeAtOnce();
     void aStartDuringTheEndOfTheFirstTakesThePlace();
+    void withNoFolderToMeetInEveryStartIsTheFirst_data();
     void withNoFolderToMeetInEveryStartIsTheFirst();
-};
 
-void TestSingleInstance::theFirstOfItsKindMayRun()
-{
-    const QTemporaryDir folder;
-    const SingleInstance first(folder.path(), u"/a/program"_s);
-    QVERIFY(first.isFirst());
-}
+private:
+    // Of one program, unless another is named.
+    std::unique_ptr<SingleInstance> start(const QString &program = u"/a/program"_s) const
+    {
+        return std::make_unique<SingleInstance>(m_folder->path(), program);
+    }
+    // The same in a process of its own, which stays; see main.
+    void startProcess(QProcess &process) const
+    {
+        process.start(QCoreApplication::applicationFilePath(), {u"--hold"_s, m_folder->path()});
+    }
+
+    std::unique_ptr<QTemporaryDir> m_folder;
+};
 
 void TestSingleInstance::theSecondIsNotFirstAndCallsTheFirst()
 {
-    const QTemporaryDir folder;
-    const SingleInstance first(folder.path(), u"/a/program"_s);
-    QSignalSpy called(&first, &SingleInstance::anotherStarted);
-    const SingleInstance second(folder.path(), u"/a/program"_s);
-    QVERIFY(!second.isFirst());
+    const auto first = start();
+    QVERIFY(first->isFirst());
+    QSignalSpy called(first.get(), &SingleInstance::anotherStarted);
+    QVERIFY(!start()->isFirst());
     QVERIFY(called.wait());
     QCOMPARE(called.count(), 1);
 }
 
 void TestSingleInstance::anotherExecutableIsNotHeldUp()
 {
-    const QTemporaryDir folder;
-    const SingleInstance old(folder.path(), u"/games/WayfarRoutes_1.2.6.app/usr/bin/wayfar-installer"_s);
-    const SingleInstance next(folder.path(), u"/games/WayfarRoutes_1.3.0.app/usr/bin/wayfar-installer"_s);
-    QVERIFY(old.isFirst());
-    QVERIFY(next.isFirst());
+    const auto old = start(u"/games/WayfarRoutes_1.2.6.app/usr/bin/wayfar-installer"_s);
+    const auto next = start(u"/games/WayfarRoutes_1.3.0.app/usr/bin/wayfar-installer"_s);
+    QVERIFY(old->isFirst());
+    QVERIFY(next->isFirst());
 }
 
 void TestSingleInstance::theEndOfTheFirstFreesThePlace()
 {
-    const QTemporaryDir folder;
-    auto first = std::make_unique<SingleInstance>(folder.path(), u"/a/program"_s);
-    first.reset();
-    const SingleInstance next(folder.path(), u"/a/program"_s);
-    QVERIFY(next.isFirst());
+    QVERIFY(start()->isFirst());
+    QVERIFY(start()->isFirst());
 }
 
 void TestSingleInstance::aKilledProgramLeavesNothingInTheWay()
 {
-    const QTemporaryDir folder;
     QProcess program;
-    program.start(QCoreApplication::applicationFilePath(), {u"--hold"_s, folder.path()});
+    startProcess(program);
     QVERIFY(program.waitForReadyRead());
     QCOMPARE(program.readAllStandardOutput(), QByteArray("first\n"));
     program.kill();
     QVERIFY(program.waitForFinished());
 
-    const SingleInstance next(folder.path(), u"/a/program"_s);
-    QVERIFY(next.isFirst());
-    QSignalSpy called(&next, &SingleInstance::anotherStarted);
-    const SingleInstance second(folder.path(), u"/a/program"_s); // the dead one's socket was replaced
+    const auto next = start();
+    QVERIFY(next->isFirst());
+    QSignalSpy called(next.get(), &SingleInstance::anotherStarted);
+    const auto second = start(); // the dead one's socket was replaced
     QVERIFY(called.wait());
-}
-
-void TestSingleInstance::withoutAFolderTheProgramStartsAllTheSame()
-{
-    const SingleInstance first(u"/nowhere/at/all"_s, u"/a/program"_s);
-    QVERIFY(first.isFirst());
 }
 
 void TestSingleInstance::aReleasedPlaceIsFreeAtOnce()
 {
-    const QTemporaryDir folder;
-    SingleInstance ending(folder.path(), u"/a/program"_s);
-    QSignalSpy called(&ending, &SingleInstance::anotherStarted);
-    ending.release();
-    const SingleInstance next(folder.path(), u"/a/program"_s);
-    QVERIFY(next.isFirst());
-    QSignalSpy nextCalled(&next, &SingleInstance::anotherStarted);
-    ending.release(); // once more, as the end of the object does: not the next one's
-    const SingleInstance third(folder.path(), u"/a/program"_s);
-    QVERIFY(!third.isFirst());
+    const auto ending = start();
+    QSignalSpy called(ending.get(), &SingleInstance::anotherStarted);
+    ending->release();
+    const auto next = start();
+    QVERIFY(next->isFirst());
+    QSignalSpy nextCalled(next.get(), &SingleInstance::anotherStarted);
+    ending->release(); // once more, as its end does: it must not free what is the next one's
+    QVERIFY(!start()->isFirst());
     QVERIFY(nextCalled.wait());
     QCOMPARE(called.count(), 0);
 }
@@ -121,31 +115,38 @@ void TestSingleInstance::aReleasedPlaceIsFreeAtOnce()
 // The one that ends does not listen any more, and still has the lock.
 void TestSingleInstance::aStartDuringTheEndOfTheFirstTakesThePlace()
 {
-    const QTemporaryDir folder;
-    SingleInstance(folder.path(), u"/a/program"_s).release();
-    const QStringList locks = QDir(folder.path()).entryList({u"*.lock"_s}, QDir::Files);
+    start()->release();
+    const QStringList locks = QDir(m_folder->path()).entryList({u"*.lock"_s}, QDir::Files);
     QCOMPARE(locks.size(), 1);
-    const QString lock = folder.filePath(locks.constFirst());
+    const QString lock = m_folder->filePath(locks.constFirst());
     const int ending = ::open(QFile::encodeName(lock).constData(), O_RDWR | O_CLOEXEC);
     QCOMPARE(::flock(ending, LOCK_EX | LOCK_NB), 0);
 
     QProcess next;
-    next.start(QCoreApplication::applicationFilePath(), {u"--hold"_s, folder.path()});
+    startProcess(next);
     QVERIFY(next.waitForStarted());
     QTRY_VERIFY(hasOpen(next.processId(), lock)); // it has looked, or is just about to
     ::close(ending);
     QVERIFY(next.waitForReadyRead());
     QCOMPARE(next.readAllStandardOutput(), QByteArray("first\n"));
-    const SingleInstance third(folder.path(), u"/a/program"_s);
-    QVERIFY(!third.isFirst());
+    QVERIFY(!start()->isFirst());
     next.kill();
     QVERIFY(next.waitForFinished());
 }
 
+void TestSingleInstance::withNoFolderToMeetInEveryStartIsTheFirst_data()
+{
+    QTest::addColumn<QString>("folder");
+    QTest::newRow("none") << QString();
+    QTest::newRow("empty") << u""_s;
+    QTest::newRow("missing") << u"/nowhere/at/all"_s;
+}
+
 void TestSingleInstance::withNoFolderToMeetInEveryStartIsTheFirst()
 {
-    const SingleInstance first(QString(), u"/a/program"_s);
-    const SingleInstance second(u""_s, u"/a/program"_s);
+    QFETCH(const QString, folder);
+    const SingleInstance first(folder, u"/a/program"_s);
+    const SingleInstance second(folder, u"/a/program"_s);
     QVERIFY(first.isFirst());
     QVERIFY(second.isFirst());
 }
@@ -162,5 +163,4 @@ int main(int argc, char **argv)
     TestSingleInstance test;
     return QTest::qExec(&test, argc, argv);
 }
-
 #include "TestSingleInstance.moc"

@@ -26,12 +26,8 @@ private Q_SLOTS:
     void init();
     void cleanup() { m_loader.reset(); }
 
-    void aGetGoesWhereItIsSent_data();
-    void aGetGoesWhereItIsSent();
-    void aFormGoesOnAsABareGet_data();
-    void aFormGoesOnAsABareGet();
-    void aFormIsPostedAgainToTheSameHost_data();
-    void aFormIsPostedAgainToTheSameHost();
+    void aRedirectIsFollowedWhereItMayLead_data();
+    void aRedirectIsFollowedWhereItMayLead();
     void aForbiddenTargetIsAnError_data();
     void aForbiddenTargetIsAnError();
     void nothingIsSentWithoutEncryption_data();
@@ -63,80 +59,49 @@ void TestUrlRedirects::init()
     m_loader = std::make_unique<UrlLoader>(networkOf(*m_vendor, 2));
 }
 
-void TestUrlRedirects::aGetGoesWhereItIsSent_data()
+void TestUrlRedirects::aRedirectIsFollowedWhereItMayLead_data()
 {
+    QTest::addColumn<UrlRequest>("request");
     QTest::addColumn<int>("status");
     QTest::addColumn<QByteArray>("target");
-    QTest::addColumn<QByteArray>("host");
-    for (const int status : {301, 302, 303, 307, 308}) {
-        QTest::addRow("%d, same host", status)
-            << status << QByteArray("https://wayfar.example/end") << QByteArray("wayfar.example");
-        QTest::addRow("%d, other host", status)
-            << status << QByteArray("https://www.wayfar.example/end") << QByteArray("www.wayfar.example");
-        QTest::addRow("%d, path alone", status) << status << QByteArray("/end") << QByteArray("wayfar.example");
-    }
+    QTest::addColumn<QByteArray>("second"); // the method and the host of the second request
+
+    const auto rows = [](const char *name, const UrlRequest &request, const QList<int> &statuses,
+                         const QByteArray &target, const QByteArray &second) {
+        for (const int status : statuses)
+            QTest::addRow("%s, %d", name, status) << request << status << target << second;
+    };
+    const QList<int> all = {301, 302, 303, 307, 308};
+    rows("same host", get, all, "https://wayfar.example/end", "GET wayfar.example");
+    rows("other host", get, all, "https://www.wayfar.example/end", "GET www.wayfar.example");
+    rows("path alone", get, all, "/end", "GET wayfar.example");
+    const QList<int> asGet = {301, 302, 303};
+    rows("a form, same host", form, asGet, "https://wayfar.example/end", "GET wayfar.example");
+    rows("a form, other host", form, asGet, "https://www.wayfar.example/end", "GET www.wayfar.example");
+    const QList<int> again = {307, 308};
+    rows("a form again", form, again, "https://wayfar.example/end", "POST wayfar.example");
+    rows("a form again, in capitals", form, again, "https://WAYFAR.Example/end", "POST WAYFAR.Example");
+    rows("a form again, path alone", form, again, "end", "POST wayfar.example");
 }
 
-void TestUrlRedirects::aGetGoesWhereItIsSent()
+void TestUrlRedirects::aRedirectIsFollowedWhereItMayLead()
 {
+    QFETCH(const UrlRequest, request);
     QFETCH(const int, status);
     QFETCH(const QByteArray, target);
     m_vendor->setAnswer("/start", redirectTo(target, status));
-    verifyLeadsToTheEnd(get);
-    for (const VendorRequest &second : m_vendor->requests("/end")) {
-        QCOMPARE(second.method, "GET");
-        QTEST(second.host, "host");
-    }
-}
-
-void TestUrlRedirects::aFormGoesOnAsABareGet_data()
-{
-    QTest::addColumn<int>("status");
-    QTest::addColumn<QByteArray>("target");
-    for (const int status : {301, 302, 303}) {
-        QTest::addRow("%d, same host", status) << status << QByteArray("https://wayfar.example/end");
-        QTest::addRow("%d, other host", status) << status << QByteArray("https://www.wayfar.example/end");
-    }
-}
-
-void TestUrlRedirects::aFormGoesOnAsABareGet()
-{
-    QFETCH(const int, status);
-    QFETCH(const QByteArray, target);
-    m_vendor->setAnswer("/start", redirectTo(target, status));
-    verifyLeadsToTheEnd(form);
+    verifyLeadsToTheEnd(request);
     for (const VendorRequest &first : m_vendor->requests("/start"))
-        QCOMPARE(first.body, form.body);
+        QCOMPARE(first.body, request.body);
     for (const VendorRequest &second : m_vendor->requests("/end")) {
-        QCOMPARE(second.method, "GET");
-        QCOMPARE(second.body, "");
-        for (const char *name : {"Content-Length", "Content-Type", "Transfer-Encoding", "Authorization"})
-            QVERIFY2(second.headerCount(name) == 0, name);
-    }
-}
-
-void TestUrlRedirects::aFormIsPostedAgainToTheSameHost_data()
-{
-    QTest::addColumn<int>("status");
-    QTest::addColumn<QByteArray>("target");
-    for (const int status : {307, 308}) {
-        QTest::addRow("%d", status) << status << QByteArray("https://wayfar.example/end");
-        QTest::addRow("%d, in capitals", status) << status << QByteArray("https://WAYFAR.Example/end");
-        QTest::addRow("%d, path alone", status) << status << QByteArray("end");
-    }
-}
-
-void TestUrlRedirects::aFormIsPostedAgainToTheSameHost()
-{
-    QFETCH(const int, status);
-    QFETCH(const QByteArray, target);
-    m_vendor->setAnswer("/start", redirectTo(target, status));
-    verifyLeadsToTheEnd(form);
-    for (const VendorRequest &second : m_vendor->requests("/end")) {
-        QCOMPARE(second.method, "POST");
-        QCOMPARE(second.body, form.body);
-        QCOMPARE(second.header("Content-Type"), std::optional<QByteArray>("words no semicolon"));
-        QCOMPARE(second.headerCount("Content-Length"), 1);
+        QTEST(QByteArray(second.method + ' ' + second.host), "second");
+        // A form goes on as a bare GET, or as it was.
+        const bool isForm = second.method == "POST";
+        QCOMPARE(second.body, isForm ? form.body : "");
+        QCOMPARE(second.header("Content-Type").value_or(""), isForm ? "words no semicolon" : "");
+        QCOMPARE(second.headerCount("Content-Length"), isForm ? 1 : 0);
+        QCOMPARE(second.headerCount("Transfer-Encoding"), 0);
+        QCOMPARE(second.headerCount("Authorization"), 0);
     }
 }
 

@@ -281,13 +281,13 @@ void TestFileManagerCopies::aFailedMoveToAnotherDiskLeavesTheSourceWholeAndNoHal
 {
     // In whatever order they are copied, some come before the fifo. The half copy goes although it is read-only.
     QList<FilePath> folders;
-    for (int i = 0; i < 10; ++i)
+    for (int i = 0; i < 10; ++i) {
+        if (i == 5)
+            makeFifo(there("tree/fifo"));
         folders.append(there("tree/folder" + std::to_string(i)));
-    for (const FilePath &folder : folders) {
-        makeFile(folder / "file");
-        setMode(folder, 0555);
+        makeFile(folders.last() / "file");
+        setMode(folders.last(), 0555);
     }
-    makeFifo(there("tree/fifo"));
 
     const OrdinaryUser player;
     QCOMPARE(moveItem(there("tree"), at("moved")).code, FileError::Unknown);

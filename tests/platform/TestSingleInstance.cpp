@@ -115,18 +115,19 @@ void TestSingleInstance::aReleasedPlaceIsFreeAtOnce()
 // The one that ends does not listen any more, and still has the lock.
 void TestSingleInstance::aStartDuringTheEndOfTheFirstTakesThePlace()
 {
-    start()->release();
+    const auto ending = start();
+    ending->release();
     const QStringList locks = QDir(m_folder->path()).entryList({u"*.lock"_s}, QDir::Files);
     QCOMPARE(locks.size(), 1);
     const QString lock = m_folder->filePath(locks.constFirst());
-    const int ending = ::open(QFile::encodeName(lock).constData(), O_RDWR | O_CLOEXEC);
-    QCOMPARE(::flock(ending, LOCK_EX | LOCK_NB), 0);
+    const int held = ::open(QFile::encodeName(lock).constData(), O_RDWR | O_CLOEXEC);
+    QCOMPARE(::flock(held, LOCK_EX | LOCK_NB), 0);
 
     QProcess next;
     startProcess(next);
     QVERIFY(next.waitForStarted());
     QTRY_VERIFY(hasOpen(next.processId(), lock)); // it has looked, or is just about to
-    ::close(ending);
+    ::close(held);
     QVERIFY(next.waitForReadyRead());
     QCOMPARE(next.readAllStandardOutput(), QByteArray("first\n"));
     QVERIFY(!start()->isFirst());

@@ -1,9 +1,8 @@
 #include "places/GameFolder.h"
 
+#include "places/Preferences.h"
+#include "support/Files.h"
 #include "support/TestWorld.h"
-
-#include <QDir>
-#include <QTest>
 
 using namespace Qt::StringLiterals;
 
@@ -12,54 +11,80 @@ class TestGameFolder : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void theStandardPlacesAreTheMakersOwn();
+    void aRootGoesInAndPathsComeOut_data();
+    void aRootGoesInAndPathsComeOut();
+    void theUsualRootIsTakenWhileNoneIsStored();
     void theGameFolderIsMissedFirst_data();
     void theGameFolderIsMissedFirst();
 };
 
-void TestGameFolder::theStandardPlacesAreTheMakersOwn()
+void TestGameFolder::aRootGoesInAndPathsComeOut_data()
 {
-    const GameFolder standard(GameFolder::usualRoot.toString());
-    QCOMPARE(standard.root(), u"/Applications/World of Warcraft"_s);
-    QCOMPARE(standard.launcher(), u"/Applications/World of Warcraft/World of Warcraft Launcher.app"_s);
+    QTest::addColumn<QString>("root");
+    QTest::newRow("usual") << GameFolder::usualRoot.toString();
+    QTest::newRow("any letter") << u"/spiele/Weg ü 'x'"_s;
+    QTest::newRow("a slash at the end") << u"/games/wow/"_s;
+}
+
+void TestGameFolder::aRootGoesInAndPathsComeOut()
+{
+    QFETCH(const QString, root);
+    const GameFolder game(root);
+    const auto below = [&root](const QString &path) { return toPath(root + u'/' + path).lexically_normal(); };
+    QCOMPARE(game.root(), root);
+    QCOMPARE(game.addOns().lexically_normal(), below(u"_retail_/Interface/AddOns/"_s));
+    QCOMPARE(game.addOn().lexically_normal(), below(u"_retail_/Interface/AddOns/Trailbook"_s));
+    QCOMPARE(game.tableOfContents().lexically_normal(), below(u"_retail_/Interface/AddOns/Trailbook/Trailbook.toc"_s));
+    QCOMPARE(game.savedSettings().lexically_normal(), below(u"_retail_/WTF"_s));
+    QCOMPARE(toPath(game.launcher()).lexically_normal(), below(u"World of Warcraft Launcher.app"_s));
+}
+
+void TestGameFolder::theUsualRootIsTakenWhileNoneIsStored()
+{
+    TestWorld world;
+    UserDefaults none(world.path(u"none.json"_s), {});
+    QVERIFY(!GameFolder::stored(none));
+    QCOMPARE(GameFolder::current(none).root(), u"/Applications/World of Warcraft"_s);
+    for (const QString &root : {u"/games/wow"_s, u""_s}) { // an empty one is stored too
+        none.setObject(u"installPath"_s, root);
+        QCOMPARE(GameFolder::stored(none)->root(), root);
+        QCOMPARE(GameFolder::current(none).root(), root);
+    }
 }
 
 void TestGameFolder::theGameFolderIsMissedFirst_data()
 {
-    QTest::addColumn<QStringList>("folders");
-    QTest::addColumn<QStringList>("files");
-    QTest::addColumn<QStringList>("links"); // to a folder
+    QTest::addColumn<QString>("folder"); // each is made when it has a name
+    QTest::addColumn<QString>("file");
+    QTest::addColumn<QString>("link"); // to a folder
     QTest::addColumn<QString>("missing");
-    const QStringList none;
-    QTest::newRow("both there") << QStringList{u"game/World of Warcraft Launcher.app"_s} << none << none << QString();
-    QTest::newRow("nothing there") << none << none << none << u"game"_s;
-    QTest::newRow("no launcher") << QStringList{u"game"_s} << none << none << u"game/World of Warcraft Launcher.app"_s;
-    QTest::newRow("a game folder that is a file") << none << QStringList{u"game"_s} << none << u"game"_s;
-    QTest::newRow("a launcher that is a file") << none << QStringList{u"game/World of Warcraft Launcher.app"_s} << none
-                                               << u"game/World of Warcraft Launcher.app"_s;
-    QTest::newRow("a launcher called a little differently") << QStringList{u"game/World of warcraft Launcher.app"_s}
-                                                            << none << none << u"game/World of Warcraft Launcher.app"_s;
-    QTest::newRow("a link to a folder is a folder")
-        << QStringList{u"game"_s} << none << QStringList{u"game/World of Warcraft Launcher.app"_s} << QString();
+    const QString none;
+    const QString game = u"game"_s;
+    const QString launcher = u"game/World of Warcraft Launcher.app"_s;
+    QTest::newRow("both there") << launcher << none << none << none;
+    QTest::newRow("nothing there") << none << none << none << game;
+    QTest::newRow("no launcher") << game << none << none << launcher;
+    QTest::newRow("a game folder that is a file") << none << game << none << game;
+    QTest::newRow("a launcher that is a file") << none << launcher << none << launcher;
+    QTest::newRow("a launcher called a little differently")
+        << u"game/World of warcraft Launcher.app"_s << none << none << launcher;
+    QTest::newRow("a link to a folder is a folder") << game << none << launcher << none;
 }
 
 void TestGameFolder::theGameFolderIsMissedFirst()
 {
-    QFETCH(const QStringList, folders);
-    QFETCH(const QStringList, files);
-    QFETCH(const QStringList, links);
+    QFETCH(const QString, folder);
+    QFETCH(const QString, file);
+    QFETCH(const QString, link);
     QFETCH(const QString, missing);
     const TestWorld world;
-    QVERIFY(QDir().mkpath(world.path(u"elsewhere"_s)));
-    for (const QString &folder : folders)
-        QVERIFY(QDir().mkpath(world.path(folder)));
-    for (const QString &file : files)
-        world.write(world.path(file), "");
-    for (const QString &link : links)
-        QVERIFY(QFile::link(world.path(u"elsewhere"_s), world.path(link)));
-
-    const GameFolder game(world.path(u"game"_s));
-    QCOMPARE(game.missing(), missing.isEmpty() ? QString() : world.path(missing));
+    if (!folder.isEmpty())
+        makeFolder(toPath(world.path(folder)));
+    if (!file.isEmpty())
+        makeFile(toPath(world.path(file)));
+    if (!link.isEmpty())
+        makeLink(toPath(world.path()), toPath(world.path(link)));
+    QCOMPARE(GameFolder(world.path(u"game"_s)).missing(), missing.isEmpty() ? QString() : world.path(missing));
 }
 
 QTEST_GUILESS_MAIN(TestGameFolder)

@@ -1,11 +1,11 @@
-#include "places/SupportFolder.h"
 #include "places/Utility.h"
 
 #include "places/Preferences.h"
+#include "places/SupportFolder.h"
+#include "support/Files.h"
 #include "support/TestWorld.h"
 
 #include <QDir>
-#include <QTest>
 
 #include <thread>
 
@@ -16,27 +16,22 @@ class TestUtility : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void init();
-    void cleanup();
+    void init() { m_world = std::make_unique<TestWorld>(); }
+    void cleanup() { m_world.reset(); }
 
     void theSupportFolderIsMadeWithItsParents();
-    void askingTwiceGivesTheSamePathAndOneFolder();
-    void theSupportFolderFollowsTheUsersDataFolder();
-    void aRelativeDataFolderIsNoneAndLeavesNoLogLine();
     void theSupportFolderIsFoundAfreshAtEachCall();
+    void aRelativeDataFolderIsNoneAndLeavesNoLogLine();
     void twoThreadsMayAskAtOnce();
-    void aFileInTheWayGivesNoFolderAndALogLine();
-    void aRefusalGivesNoFolderAndALogLine();
-    void successWritesNoLogLine();
+    void anObstacleGivesNoFolderAndALogLine_data();
+    void anObstacleGivesNoFolderAndALogLine();
+    void everyFileOfTheProgramLiesInTheSupportFolder();
     void whatIsBuiltOnNoFolderDoesNothing();
 
-    void aDirectoryIsGivenWithoutAComponent();
-    void aComponentIsAppended();
-    void onSuccessTheErrorIsCleared();
+    void aFolderOfTheDomainIsFoundOrMade_data();
+    void aFolderOfTheDomainIsFoundOrMade();
     void onFailureTheErrorIsStored();
-    void theErrorMayBeLeftOut();
     void anEmptyListLeavesTheErrorAsItWas();
-    void theSystemDomainIsNotTheUsers();
 
     void theKeysHaveTheirAgreedNames();
 
@@ -44,35 +39,29 @@ private:
     std::unique_ptr<TestWorld> m_world;
 };
 
-void TestUtility::init()
-{
-    m_world = std::make_unique<TestWorld>();
-}
-
-void TestUtility::cleanup()
-{
-    m_world.reset();
-}
-
 void TestUtility::theSupportFolderIsMadeWithItsParents()
 {
     QVERIFY(!QFileInfo::exists(m_world->path(u"data"_s)));
-    QCOMPARE(Utility::WayfarInstallerFolder(), m_world->supportFolder());
+    std::optional<QString> folder;
+    QCOMPARE(standardErrorOf([&] { folder = Utility::WayfarInstallerFolder(); }), "");
+    QCOMPARE(folder, m_world->supportFolder());
     QVERIFY(QFileInfo(m_world->supportFolder()).isDir());
+
+    const QString page = m_world->supportFolder() + u"/account.html"_s;
+    m_world->write(page, "page");
+    QCOMPARE(Utility::WayfarInstallerFolder(), folder);
+    QCOMPARE(m_world->namesIn(u"data"_s), QStringList(u"WayfarInstaller"_s));
+    QCOMPARE(m_world->read(page), "page");
 }
 
-void TestUtility::askingTwiceGivesTheSamePathAndOneFolder()
+void TestUtility::theSupportFolderIsFoundAfreshAtEachCall()
 {
-    const auto first = Utility::WayfarInstallerFolder();
-    m_world->write(m_world->supportFolder() + u"/account.html"_s, "page");
-    QCOMPARE(Utility::WayfarInstallerFolder(), first);
-    QCOMPARE(QDir(m_world->path(u"data"_s)).entryList(QDir::AllEntries | QDir::NoDotAndDotDot),
-             QStringList(u"WayfarInstaller"_s));
-    QCOMPARE(m_world->read(m_world->supportFolder() + u"/account.html"_s), "page");
-}
-
-void TestUtility::theSupportFolderFollowsTheUsersDataFolder()
-{
+    for (int i = 0; i < 2; ++i) {
+        QVERIFY(Utility::WayfarInstallerFolder());
+        QVERIFY(QDir(m_world->supportFolder()).removeRecursively());
+    }
+    qputenv("XDG_DATA_HOME", m_world->path(u"other"_s).toLocal8Bit());
+    QCOMPARE(Utility::WayfarInstallerFolder(), m_world->path(u"other/WayfarInstaller"_s));
     qunsetenv("XDG_DATA_HOME");
     QCOMPARE(Utility::WayfarInstallerFolder(), m_world->path(u"home/.local/share/WayfarInstaller"_s));
 }
@@ -87,16 +76,6 @@ void TestUtility::aRelativeDataFolderIsNoneAndLeavesNoLogLine()
     QVERIFY(!QFileInfo::exists(u"relative"_s));
 }
 
-void TestUtility::theSupportFolderIsFoundAfreshAtEachCall()
-{
-    QVERIFY(Utility::WayfarInstallerFolder());
-    QVERIFY(QDir(m_world->supportFolder()).removeRecursively());
-    QVERIFY(Utility::WayfarInstallerFolder());
-    QVERIFY(QFileInfo(m_world->supportFolder()).isDir());
-    qputenv("XDG_DATA_HOME", m_world->path(u"other"_s).toLocal8Bit());
-    QCOMPARE(Utility::WayfarInstallerFolder(), m_world->path(u"other/WayfarInstaller"_s));
-}
-
 void TestUtility::twoThreadsMayAskAtOnce()
 {
     std::optional<QString> others;
@@ -107,35 +86,42 @@ void TestUtility::twoThreadsMayAskAtOnce()
     QCOMPARE(others, ours);
 }
 
-void TestUtility::aFileInTheWayGivesNoFolderAndALogLine()
+void TestUtility::anObstacleGivesNoFolderAndALogLine_data()
 {
-    m_world->write(m_world->supportFolder(), "in the way");
-    std::optional<QString> folder = u"something"_s;
-    const QByteArray log = standardErrorOf([&] { folder = Utility::WayfarInstallerFolder(); });
-    QCOMPARE(folder, std::nullopt);
-    QCOMPARE(log,
-             "Unable to find or create application support directory:\n" + m_world->supportFolder().toUtf8()
-                 + ": File exists\n");
-    QCOMPARE(m_world->read(m_world->supportFolder()), "in the way");
+    QTest::addColumn<bool>("isRefused"); // else a file is in the way
+    QTest::addColumn<QByteArray>("reason");
+    QTest::newRow("a file in the way") << false << QByteArray("File exists");
+    QTest::newRow("a refusal") << true << QByteArray("Permission denied");
 }
 
-void TestUtility::aRefusalGivesNoFolderAndALogLine()
+void TestUtility::anObstacleGivesNoFolderAndALogLine()
 {
-    QVERIFY(QDir().mkpath(m_world->path(u"data"_s)));
-    QVERIFY(QFile::setPermissions(m_world->path(u"data"_s), QFile::Permissions(0x5555)));
+    QFETCH(const bool, isRefused);
+    QFETCH(const QByteArray, reason);
+    if (isRefused)
+        makeFolder(toPath(m_world->path(u"data"_s)), 0555);
+    else
+        m_world->write(m_world->supportFolder(), "in the way");
     std::optional<QString> folder = u"something"_s;
     const QByteArray log = standardErrorOf([&] {
         const OrdinaryUser player;
         folder = Utility::WayfarInstallerFolder();
     });
     QCOMPARE(folder, std::nullopt);
-    QVERIFY(log.startsWith("Unable to find or create application support directory:\n"));
-    QVERIFY(log.endsWith(": Permission denied\n"));
+    QCOMPARE(log,
+             "Unable to find or create application support directory:\n" + m_world->supportFolder().toUtf8() + ": "
+                 + reason + '\n');
+    QCOMPARE(m_world->read(m_world->supportFolder()), isRefused ? "" : "in the way");
 }
 
-void TestUtility::successWritesNoLogLine()
+void TestUtility::everyFileOfTheProgramLiesInTheSupportFolder()
 {
-    QCOMPARE(standardErrorOf([] { (void)Utility::WayfarInstallerFolder(); }), "");
+    const FilePath folder = toPath(m_world->supportFolder());
+    QCOMPARE(SupportFolder::accountPage(), OptionalPath(folder / "account.html"));
+    QCOMPARE(SupportFolder::newsPage(), OptionalPath(folder / "rssfeed.html"));
+    QCOMPARE(SupportFolder::download(), OptionalPath(folder / "download.zip"));
+    QCOMPARE(SupportFolder::packExtraction(), OptionalPath(folder / "installer"));
+    QCOMPARE(SupportFolder::installerExtraction(), OptionalPath(folder / "update"));
 }
 
 void TestUtility::whatIsBuiltOnNoFolderDoesNothing()
@@ -148,29 +134,33 @@ void TestUtility::whatIsBuiltOnNoFolderDoesNothing()
     QVERIFY(!FileManager::fileExists(page));
 }
 
-void TestUtility::aDirectoryIsGivenWithoutAComponent()
+void TestUtility::aFolderOfTheDomainIsFoundOrMade_data()
 {
-    FileError error;
-    QCOMPARE(
-        Utility::findOrCreateDirectory(QStandardPaths::GenericDataLocation, Utility::UserDomain, std::nullopt, &error),
-        m_world->path(u"data"_s));
-    QVERIFY(!error);
-    QVERIFY(QFileInfo(m_world->path(u"data"_s)).isDir());
+    QTest::addColumn<QStandardPaths::StandardLocation>("directory");
+    QTest::addColumn<Utility::Domain>("domain");
+    QTest::addColumn<std::optional<QString>>("component");
+    QTest::addColumn<QString>("folder");
+    using Component = std::optional<QString>;
+    QTest::newRow("without a component") << QStandardPaths::GenericDataLocation << Utility::UserDomain << Component()
+                                         << u"data"_s;
+    QTest::newRow("with one") << QStandardPaths::GenericConfigLocation << Utility::UserDomain << Component(u"a/b"_s)
+                              << u"config/a/b"_s;
+    QTest::newRow("of the system") << QStandardPaths::GenericConfigLocation << Utility::SystemDomain
+                                   << Component(u"x"_s) << u"etc/x"_s;
 }
 
-void TestUtility::aComponentIsAppended()
+void TestUtility::aFolderOfTheDomainIsFoundOrMade()
 {
-    FileError error;
-    QCOMPARE(
-        Utility::findOrCreateDirectory(QStandardPaths::GenericConfigLocation, Utility::UserDomain, u"a/b"_s, &error),
-        m_world->path(u"config/a/b"_s));
-    QVERIFY(QFileInfo(m_world->path(u"config/a/b"_s)).isDir());
-}
-
-void TestUtility::onSuccessTheErrorIsCleared()
-{
+    QFETCH(const QStandardPaths::StandardLocation, directory);
+    QFETCH(const Utility::Domain, domain);
+    QFETCH(const std::optional<QString>, component);
+    QFETCH(const QString, folder);
+    qputenv("XDG_CONFIG_DIRS", (m_world->path(u"etc"_s) + u':' + m_world->path(u"etc2"_s)).toLocal8Bit());
     FileError error = {FileError::OutOfSpace, u"from before"_s};
-    QVERIFY(Utility::findOrCreateDirectory(QStandardPaths::GenericDataLocation, Utility::UserDomain, u"x"_s, &error));
+    for (FileError *told : {&error, static_cast<FileError *>(nullptr)}) { // it may be left out
+        QCOMPARE(Utility::findOrCreateDirectory(directory, domain, component, told), m_world->path(folder));
+        QVERIFY(QFileInfo(m_world->path(folder)).isDir());
+    }
     QVERIFY(!error);
     QCOMPARE(error.description, QString());
 }
@@ -179,20 +169,11 @@ void TestUtility::onFailureTheErrorIsStored()
 {
     m_world->write(m_world->path(u"data/x"_s), "in the way");
     FileError error;
-    QCOMPARE(Utility::findOrCreateDirectory(QStandardPaths::GenericDataLocation, Utility::UserDomain, u"x"_s, &error),
-             std::nullopt);
+    for (FileError *told : {&error, static_cast<FileError *>(nullptr)})
+        QCOMPARE(Utility::findOrCreateDirectory(QStandardPaths::GenericDataLocation, Utility::UserDomain, u"x"_s, told),
+                 std::nullopt);
     QCOMPARE(error.code, FileError::FileExists);
     QVERIFY(error.description.contains(u"File exists"_s));
-}
-
-void TestUtility::theErrorMayBeLeftOut()
-{
-    m_world->write(m_world->path(u"data/x"_s), "in the way");
-    const auto find = [](const QString &name) {
-        return Utility::findOrCreateDirectory(QStandardPaths::GenericDataLocation, Utility::UserDomain, name, nullptr);
-    };
-    QCOMPARE(find(u"x"_s), std::nullopt);
-    QCOMPARE(find(u"y"_s), m_world->path(u"data/y"_s));
 }
 
 void TestUtility::anEmptyListLeavesTheErrorAsItWas()
@@ -204,15 +185,6 @@ void TestUtility::anEmptyListLeavesTheErrorAsItWas()
     QCOMPARE(error.description, u"from before"_s);
 }
 
-void TestUtility::theSystemDomainIsNotTheUsers()
-{
-    qputenv("XDG_CONFIG_DIRS", (m_world->path(u"etc"_s) + u':' + m_world->path(u"etc2"_s)).toLocal8Bit());
-    FileError error;
-    QCOMPARE(
-        Utility::findOrCreateDirectory(QStandardPaths::GenericConfigLocation, Utility::SystemDomain, u"x"_s, &error),
-        m_world->path(u"etc/x"_s));
-}
-
 void TestUtility::theKeysHaveTheirAgreedNames()
 {
     QCOMPARE(Preferences::installPath.key, u"installPath"_s);
@@ -221,7 +193,7 @@ void TestUtility::theKeysHaveTheirAgreedNames()
     QCOMPARE(Preferences::userName.key, u"wayfaruser"_s);
     QCOMPARE(Preferences::password.key, u"wayfarpasswd"_s);
     QCOMPARE(Preferences::loginFailed.key, u"loginFailed"_s);
-    QCOMPARE(GameFolder::usualRoot.toString(), u"/Applications/World of Warcraft"_s);
+    QCOMPARE(Preferences::installPath.whenAbsent, GameFolder::usualRoot.toString());
 }
 
 QTEST_GUILESS_MAIN(TestUtility)

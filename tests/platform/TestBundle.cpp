@@ -42,10 +42,7 @@ void TestBundle::thePathIsTheEnclosingBundle()
     const QString program = world.filePath(folder + u"/program"_s);
     QVERIFY(QDir().mkpath(QFileInfo(program).path()));
     QVERIFY(QFile::copy(QCoreApplication::applicationFilePath(), program));
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(u"WAYFAR_TEST_BUNDLE"_s, world.filePath(bundle));
-    const auto result = Rerun::run({}, environment, program);
-    QVERIFY2(result.status == 0, result.output.constData());
+    Rerun::verifyPasses({}, {{u"WAYFAR_TEST_BUNDLE"_s, world.filePath(bundle)}}, program);
 }
 
 QTEST_GUILESS_MAIN(TestBundle)

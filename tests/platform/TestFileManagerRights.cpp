@@ -1,30 +1,12 @@
 #include "platform/FileManager.h"
 
+#include "support/Files.h"
 #include "support/TestWorld.h"
-
-#include <QTest>
-
-#include <sys/stat.h>
-#include <unistd.h>
 
 using namespace Qt::StringLiterals;
 using namespace FileManager;
 
-namespace
-{
-mode_t modeOf(const FilePath &path)
-{
-    struct stat status = {};
-    return ::lstat(path.c_str(), &status) == 0 ? status.st_mode & 07777 : 0;
-}
-
-void setMode(const FilePath &path, mode_t mode)
-{
-    QCOMPARE(::chmod(path.c_str(), mode), 0);
-}
-} // namespace
-
-// What an owner may do with a tree that an archive brought, and how much of a file is read at once.
+// What an owner may do with a tree that an archive brought.
 class TestFileManagerRights : public QObject
 {
     Q_OBJECT
@@ -34,19 +16,14 @@ private Q_SLOTS:
     void cleanup() { m_world.reset(); }
 
     void theOwnerMayReadAllOfATreeMadeReadable();
-    void aTreeMadeReadableKeepsItsOtherRights_data();
-    void aTreeMadeReadableKeepsItsOtherRights();
-    void readableStopsAtLinks();
-    void aTreeMadeWritableKeepsTheModesOfItsFiles();
+    void readableAndWritableAddTheOwnersRightsAlone_data();
+    void readableAndWritableAddTheOwnersRightsAlone();
+    void everyFolderOfATreeIsMadeWritable();
+    void aTreeBehindALinkKeepsItsModes();
     void anothersTreeKeepsItsModes();
-    void noTreeIsNoMatter();
-
-    void aFileOfUpTo64MebibytesIsRead_data();
-    void aFileOfUpTo64MebibytesIsRead();
 
 private:
     FilePath at(const FilePath &name) const { return toPath(m_world->path(u"open"_s)) / name; }
-    void write(const FilePath &name, mode_t mode) const;
 
     std::unique_ptr<TestWorld> m_world;
 };
@@ -54,23 +31,14 @@ private:
 void TestFileManagerRights::init()
 {
     m_world = std::make_unique<TestWorld>();
-    QVERIFY(!createDirectory(at(""), true));
-    setMode(at(""), 0777); // the player's trees are made in it
-}
-
-void TestFileManagerRights::write(const FilePath &name, mode_t mode) const
-{
-    QVERIFY(!createDirectory(at(name).parent_path(), true));
-    QVERIFY(!createEmptyFile(at(name)));
-    QVERIFY(appendToExistingFile(at(name), "bytes"));
-    setMode(at(name), mode);
+    makeFolder(at(""), 0777); // the player's trees are made in it
 }
 
 void TestFileManagerRights::theOwnerMayReadAllOfATreeMadeReadable()
 {
     const OrdinaryUser player;
-    write("tree/closed/deeper/file", 0);
-    write("tree/file", 0);
+    makeFile(at("tree/closed/deeper/file"), "bytes", 0);
+    makeFile(at("tree/file"), "bytes", 0);
     for (const char *folder : {"tree/closed/deeper", "tree/closed", "tree"})
         setMode(at(folder), 0);
     QVERIFY(!contentsOfFile(at("tree/file")));
@@ -80,75 +48,83 @@ void TestFileManagerRights::theOwnerMayReadAllOfATreeMadeReadable()
     QCOMPARE(contentsOfFile(at("tree/closed/deeper/file")), QByteArray("bytes"));
     QCOMPARE(contentsOfDirectory(at("tree")).size(), 2);
     QVERIFY(!copyItem(at("tree"), at("copy")));
-    makeTreeWritable(at("tree"));
-    makeTreeWritable(at("copy"));
 }
 
-void TestFileManagerRights::aTreeMadeReadableKeepsItsOtherRights_data()
+void TestFileManagerRights::readableAndWritableAddTheOwnersRightsAlone_data()
 {
     QTest::addColumn<bool>("folder");
     QTest::addColumn<uint>("before");
-    QTest::addColumn<uint>("after");
+    QTest::addColumn<uint>("readable");
+    QTest::addColumn<uint>("writable");
 
-    QTest::newRow("closed folder") << true << 0000U << 0500U;
-    QTest::newRow("folder that can only be listed") << true << 0444U << 0544U;
-    QTest::newRow("folder that can only be written") << true << 0200U << 0700U;
-    QTest::newRow("read-only folder") << true << 0555U << 0555U;
-    QTest::newRow("open folder") << true << 0755U << 0755U;
-    QTest::newRow("sticky folder for all") << true << 01377U << 01777U;
-    QTest::newRow("closed file") << false << 0000U << 0400U;
-    QTest::newRow("file of others") << false << 0044U << 0444U;
-    QTest::newRow("file to be written only") << false << 0222U << 0622U;
-    QTest::newRow("program nobody may read") << false << 0111U << 0511U;
-    QTest::newRow("read-only file") << false << 0444U << 0444U;
+    const auto row = [](const char *rule, bool folder, uint before, uint readable, uint writable) {
+        QTest::newRow(rule) << folder << before << readable << writable;
+    };
+    row("closed folder", true, 0000, 0500, 0700);
+    row("folder that can only be listed", true, 0444, 0544, 0744);
+    row("folder that can only be written", true, 0200, 0700, 0700);
+    row("folder that others may pass", true, 0511, 0511, 0711);
+    row("read-only folder", true, 0555, 0555, 0755);
+    row("open folder", true, 0755, 0755, 0755);
+    row("sticky folder for all", true, 01377, 01777, 01777);
+    row("closed file", false, 0000, 0400, 0000);
+    row("file of others", false, 0044, 0444, 0044);
+    row("file to be written only", false, 0222, 0622, 0222);
+    row("program nobody may read", false, 0111, 0511, 0111);
+    row("read-only file", false, 0444, 0444, 0444);
 }
 
-void TestFileManagerRights::aTreeMadeReadableKeepsItsOtherRights()
+void TestFileManagerRights::readableAndWritableAddTheOwnersRightsAlone()
 {
     QFETCH(const bool, folder);
     QFETCH(const uint, before);
     const OrdinaryUser player;
     const FilePath path = at("tree/it");
     if (folder)
-        QVERIFY(!createDirectory(path, true));
+        makeFolder(path, before);
     else
-        write("tree/it", 0644);
-    setMode(path, before);
+        makeFile(path, "bytes", before);
     makeTreeReadable(at("tree"));
-    QTEST(uint(modeOf(path)), "after");
+    QTEST(uint(modeOf(path)), "readable");
+    setMode(path, before);
+    makeTreeWritable(at("tree"));
+    QTEST(uint(modeOf(path)), "writable");
+    setMode(path, before);
+    makeTreeWritable(path);
+    QTEST(uint(modeOf(path)), "writable");
 }
 
-void TestFileManagerRights::readableStopsAtLinks()
+void TestFileManagerRights::everyFolderOfATreeIsMadeWritable()
 {
     const OrdinaryUser player;
-    write("outside/file", 0);
+    makeFile(at("tree/a/b/file"), "bytes", 0444);
+    makeFolder(at("tree/a/b"), 0);
+    makeFolder(at("tree/a"), 0555);
+    makeFolder(at("tree"), 0511);
+    makeTreeWritable(at("tree"));
+    QCOMPARE(modeOf(at("tree")), 0711U);
+    QCOMPARE(modeOf(at("tree/a")), 0755U);
+    QCOMPARE(modeOf(at("tree/a/b")), 0700U);
+    QCOMPARE(modeOf(at("tree/a/b/file")), 0444U);
+}
+
+void TestFileManagerRights::aTreeBehindALinkKeepsItsModes()
+{
+    const OrdinaryUser player;
+    makeFile(at("outside/file"), "bytes", 0);
+    makeFolder(at("tree"));
+    makeLink(at("outside"), at("tree/folder"));
+    makeLink(at("outside/file"), at("tree/file"));
+    makeLink("nowhere", at("tree/dangling"));
+    makeLink("outside", at("link"));
     setMode(at("outside"), 0311);
-    QVERIFY(!createDirectory(at("tree"), true));
-    QCOMPARE(::symlink(at("outside").c_str(), at("tree/folder").c_str()), 0);
-    QCOMPARE(::symlink(at("outside/file").c_str(), at("tree/file").c_str()), 0);
-    QCOMPARE(::symlink("nowhere", at("tree/dangling").c_str()), 0);
-    QCOMPARE(::symlink("outside", at("link").c_str()), 0);
-    makeTreeReadable(at("tree"));
-    makeTreeReadable(at("link"));
+    for (const char *name : {"tree", "link", "missing"}) {
+        makeTreeReadable(at(name));
+        makeTreeWritable(at(name));
+    }
     QCOMPARE(modeOf(at("outside")), 0311U);
     QCOMPARE(modeOf(at("outside/file")), 0U);
-}
-
-void TestFileManagerRights::aTreeMadeWritableKeepsTheModesOfItsFiles()
-{
-    const OrdinaryUser player;
-    const std::pair<const char *, mode_t> files[] = {{"tree/closed", 0}, {"tree/a/read", 0444}, {"tree/a/run", 0111}};
-    for (const auto &[name, mode] : files)
-        write(name, mode);
-    setMode(at("tree/a"), 0);
-    setMode(at("tree"), 0555);
-    makeTreeWritable(at("tree"));
-    QCOMPARE(modeOf(at("tree")), 0755U);
-    QCOMPARE(modeOf(at("tree/a")), 0700U);
-    for (const auto &[name, mode] : files)
-        QCOMPARE(modeOf(at(name)), mode);
-    makeTreeWritable(at("tree/closed"));
-    QCOMPARE(modeOf(at("tree/closed")), 0U);
+    QVERIFY(!itemExists(at("missing")));
 }
 
 // It is tried and refused, without an end to the rest.
@@ -158,42 +134,10 @@ void TestFileManagerRights::anothersTreeKeepsItsModes()
         makeTreeReadable("/root"); // no folder of this user's
         return;
     }
-    write("tree/file", 0);
+    makeFile(at("tree/file"), "bytes", 0);
     const OrdinaryUser player;
     makeTreeReadable(at("tree"));
     QCOMPARE(modeOf(at("tree/file")), 0U);
-}
-
-void TestFileManagerRights::noTreeIsNoMatter()
-{
-    makeTreeReadable(std::nullopt);
-    makeTreeReadable(at("missing"));
-    QVERIFY(!itemExists(at("missing")));
-}
-
-void TestFileManagerRights::aFileOfUpTo64MebibytesIsRead_data()
-{
-    QTest::addColumn<qint64>("size");
-    QTest::addColumn<bool>("read");
-
-    constexpr qint64 Most = 64 * 1024 * 1024;
-    QTest::newRow("of exactly that many") << Most << true;
-    QTest::newRow("of one byte more") << Most + 1 << false;
-    QTest::newRow("of a terabyte, nearly all of it a hole") << Most * 16384 << false;
-}
-
-void TestFileManagerRights::aFileOfUpTo64MebibytesIsRead()
-{
-    QFETCH(const qint64, size);
-    QFETCH(const bool, read);
-    write("file", 0644);
-    QCOMPARE(::truncate(at("file").c_str(), size), 0);
-    const auto bytes = contentsOfFile(at("file"));
-    QCOMPARE(bytes.has_value(), read);
-    if (read) {
-        QCOMPARE(bytes->size(), size);
-        QVERIFY(bytes->startsWith("bytes"));
-    }
 }
 
 QTEST_GUILESS_MAIN(TestFileManagerRights)

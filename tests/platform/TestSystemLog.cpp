@@ -81,8 +81,7 @@ void TestSystemLog::aLineGoesToTheSystemLogAsTheInstallers()
     const QTemporaryDir folder;
     const LogSocket socket(folder.filePath(u"log"_s).toLocal8Bit());
     QVERIFY(socket.isBound());
-    const auto result = Rerun::run(Rerun::withMounts(ownLog, folder.path()));
-    QVERIFY2(result.status == 0, result.output.constData());
+    Rerun::verifyPasses(Rerun::withMounts(ownLog, folder.path()), {});
 
     // <13>: a notice of the user's programs.
     const QRegularExpression record(uR"(^<13>\w+ +\d+ [\d:]+ wayfar-installer\[\d+\]: (.*)$)"_s);

@@ -1,36 +1,23 @@
+#include "platform/UrlLoader.h"
+
 #include "support/Answers.h"
 #include "support/RecordingConnection.h"
 
 #include <QTcpServer>
 #include <QTest>
 
+#include <thread>
+
 using namespace Qt::StringLiterals;
 
-namespace
-{
-const QString page = u"https://wayfar.example/page"_s;
-constexpr int Patience = 20000; // libcurl takes some seconds more to call a body silent that had begun well
-} // namespace
-
-// How long a transfer waits for one more byte; there is no limit on the whole.
+// How long a request waits for one more byte; there is no limit on the whole.
 class TestUrlIdleTime : public QObject
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init() { m_vendor = std::make_unique<VendorServer>(); }
-    void cleanup() { m_vendor.reset(); }
-
     void isAMinuteUnlessSet();
-    void aSilentVendorIsGivenUp_data();
-    void aSilentVendorIsGivenUp();
-    void aTransferFromASilentVendorFails_data();
-    void aTransferFromASilentVendorFails();
-    void aServerThatNeverShakesHandsIsGivenUp();
-    void aSlowVendorIsNotGivenUp();
-
-private:
-    std::unique_ptr<VendorServer> m_vendor;
+    void onlyASilentVendorIsGivenUp();
 };
 
 void TestUrlIdleTime::isAMinuteUnlessSet()
@@ -38,66 +25,60 @@ void TestUrlIdleTime::isAMinuteUnlessSet()
     QCOMPARE(UrlLoaderSettings().idleSeconds, 60);
 }
 
-void TestUrlIdleTime::aSilentVendorIsGivenUp_data()
+// All at once, since each takes some seconds: libcurl waits longer for a body that had begun well.
+void TestUrlIdleTime::onlyASilentVendorIsGivenUp()
 {
-    QTest::addColumn<qint64>("after");
-    QTest::newRow("before the answer") << qint64(-1);
-    QTest::newRow("before the body") << qint64(0);
-    QTest::newRow("in the body") << qint64(1);
-}
-
-void TestUrlIdleTime::aSilentVendorIsGivenUp()
-{
-    QFETCH(const qint64, after);
-    VendorAnswer answer = answerWith("abc");
-    answer.stallAfter = after;
-    m_vendor->setAnswer("/page", answer);
-    UrlLoader loader(networkOf(*m_vendor, 1));
-    const UrlAnswer got = loader.sendSynchronousRequest({.url = page});
-    QVERIFY(!got.body);
-    QVERIFY2(got.error.contains(u"imeout"_s), qPrintable(got.error));
-}
-
-void TestUrlIdleTime::aTransferFromASilentVendorFails_data()
-{
-    QTest::addColumn<qint64>("after");
-    QTest::addColumn<QStringList>("events");
-    QTest::newRow("before the answer") << qint64(-1) << QStringList{u"failed"_s};
-    QTest::newRow("before the body") << qint64(0) << QStringList{u"response 3"_s, u"failed"_s};
-}
-
-void TestUrlIdleTime::aTransferFromASilentVendorFails()
-{
-    QFETCH(const qint64, after);
-    VendorAnswer answer = answerWith("abc");
-    answer.stallAfter = after;
-    m_vendor->setAnswer("/page", answer);
-    UrlLoader loader(networkOf(*m_vendor, 1));
-    const auto connection = std::make_shared<RecordingConnection>();
-    loader.start({.url = page}, connection);
-    QTRY_VERIFY_WITH_TIMEOUT(connection->isOver(), Patience);
-    QTEST(connection->events, "events");
-    QVERIFY2(connection->reason.contains(u"imeout"_s), qPrintable(connection->reason));
-}
-
-void TestUrlIdleTime::aServerThatNeverShakesHandsIsGivenUp()
-{
-    QTcpServer mute; // the system takes its connections, and nobody ever speaks
+    VendorServer vendor;
+    vendor.setAnswer("/silent/answer", silentAfter(-1, "abc"));
+    vendor.setAnswer("/silent/body", silentAfter(0, "abc"));
+    vendor.setAnswer("/silent/rest", silentAfter(1, "abc"));
+    VendorAnswer slow = answerWith("abcdef");
+    slow.pieces = {1, 1, 1, 1, 1};
+    slow.pauseMs = 400; // two seconds in all
+    vendor.setAnswer("/slow", slow);
+    QTcpServer mute; // the system takes its connections, and nobody ever shakes hands
     QVERIFY(mute.listen(QHostAddress::LocalHost));
-    UrlLoader loader({.connectTo = {"::127.0.0.1:" + QByteArray::number(mute.serverPort())}, .idleSeconds = 1});
-    const UrlAnswer got = loader.sendSynchronousRequest({.url = page});
-    QVERIFY(!got.body);
-    QVERIFY2(got.error.contains(u"imeout"_s), qPrintable(got.error));
-}
 
-void TestUrlIdleTime::aSlowVendorIsNotGivenUp()
-{
-    VendorAnswer answer = answerWith("abcdef");
-    answer.pieces = {1, 1, 1, 1, 1};
-    answer.pauseMs = 400; // two seconds in all
-    m_vendor->setAnswer("/page", answer);
-    UrlLoader loader(networkOf(*m_vendor, 1));
-    QCOMPARE(loader.sendSynchronousRequest({.url = page}).body, std::optional<QByteArray>("abcdef"));
+    const UrlLoaderSettings network = networkOf(vendor, 1);
+    const UrlLoaderSettings toMute = {.connectTo = {"::127.0.0.1:" + QByteArray::number(mute.serverPort())},
+                                      .idleSeconds = 1};
+    struct Attempt {
+        QString path;
+        UrlLoaderSettings network;
+        QStringList events; // of the transfer
+        std::optional<QByteArray> body = {};
+        UrlAnswer answer = {};
+        std::shared_ptr<RecordingConnection> transfer = std::make_shared<RecordingConnection>();
+    };
+    Attempt attempts[] = {
+        {u"/silent/answer"_s, network, {u"failed"_s}},
+        {u"/silent/body"_s, network, {u"response 3"_s, u"failed"_s}},
+        {u"/silent/rest"_s, network, {u"response 3"_s, u"data a"_s, u"failed"_s}},
+        {u"/mute"_s, toMute, {u"failed"_s}},
+        {u"/slow"_s,
+         network,
+         {u"response 6"_s, u"data a"_s, u"data b"_s, u"data c"_s, u"data d"_s, u"data e"_s, u"data f"_s, u"finished"_s},
+         "abcdef"},
+    };
+    std::vector<std::unique_ptr<UrlLoader>> loaders; // of the transfers
+    {
+        std::vector<std::jthread> waiting;
+        for (Attempt &attempt : attempts) {
+            const UrlRequest request = {.url = addressOf(attempt.path)};
+            loaders.push_back(std::make_unique<UrlLoader>(attempt.network));
+            loaders.back()->start(request, attempt.transfer);
+            waiting.emplace_back(
+                [request, &attempt] { attempt.answer = UrlLoader(attempt.network).sendSynchronousRequest(request); });
+        }
+        for (const Attempt &attempt : attempts)
+            QVERIFY2(attempt.transfer->waitForEnd(), qPrintable(attempt.path));
+    }
+    for (const Attempt &attempt : attempts) {
+        QCOMPARE(attempt.answer.body, attempt.body);
+        QCOMPARE(attempt.transfer->events, attempt.events);
+        for (const QString &reason : {attempt.answer.error, attempt.transfer->reason})
+            QCOMPARE(reason, attempt.body ? QString() : u"Timeout was reached"_s);
+    }
 }
 
 QTEST_GUILESS_MAIN(TestUrlIdleTime)

@@ -1,17 +1,14 @@
 #include "platform/UserDefaults.h"
 
+#include "support/Files.h"
 #include "support/TestWorld.h"
 
-#include <QDir>
 #include <QJsonDocument>
-#include <QTest>
-
-#include <sys/stat.h>
-#include <unistd.h>
 
 using namespace Qt::StringLiterals;
 
-// Files that must not be lost, and where a link leads to.
+// Files that are damaged, too big, refused or behind a link: nothing of the player's is lost, and what can't be written
+// is kept for the run.
 class TestUserDefaultsKept : public QObject
 {
     Q_OBJECT
@@ -20,72 +17,129 @@ private Q_SLOTS:
     void init() { m_world = std::make_unique<TestWorld>(); }
     void cleanup() { m_world.reset(); }
 
-    void aFileTooBigToBeReadIsNotReplaced_data();
-    void aFileTooBigToBeReadIsNotReplaced();
+    void aDamagedFileIsSetAside_data();
+    void aDamagedFileIsSetAside();
+    void aDamagedFileNeverReplacesAnOlderOne();
     void aDamagedFileThatCannotBeSetAsideIsNotReplaced();
+    void aFileThatCannotBeReadIsNotReplaced_data();
+    void aFileThatCannotBeReadIsNotReplaced();
     void theLeftoversBesideALinksTargetAreRemoved_data();
     void theLeftoversBesideALinksTargetAreRemoved();
 
+    void whatCannotBeWrittenIsKeptForTheRun();
+    void whatCouldNotBeWrittenIsWrittenBySynchronize();
+
 private:
     QString file() const { return m_world->path(u"own/preferences.json"_s); }
-    QStringList namesIn(const QString &folder) const
-    {
-        return QDir(m_world->path(folder)).entryList(QDir::Files | QDir::Hidden, QDir::Name);
-    }
+    QJsonValue onDisk(const QString &key) const { return UserDefaults(file(), {}).objectForKey(key); }
 
     std::unique_ptr<TestWorld> m_world;
 };
 
-void TestUserDefaultsKept::aFileTooBigToBeReadIsNotReplaced_data()
+void TestUserDefaultsKept::aDamagedFileIsSetAside_data()
 {
+    QTest::addColumn<QByteArray>("bytes");
     QTest::addColumn<bool>("whileRunning");
-    QTest::newRow("at the start") << false;
-    QTest::newRow("while running") << true;
+
+    QTest::newRow("cut") << QByteArray("{\"wayfaruser\": \"an") << false;
+    QTest::newRow("empty") << QByteArray("") << false;
+    QTest::newRow("no object") << QByteArray("[1, 2]") << false;
+    QTest::newRow("zeros") << QByteArray(64, '\0') << false;
+    QTest::newRow("damaged while running") << QByteArray("damaged") << true;
 }
 
-void TestUserDefaultsKept::aFileTooBigToBeReadIsNotReplaced()
+void TestUserDefaultsKept::aDamagedFileIsSetAside()
 {
-    constexpr qint64 TooBig = 64 * 1024 * 1024 + 1;
+    QFETCH(const QByteArray, bytes);
     QFETCH(const bool, whileRunning);
-    const auto grow = [this] {
-        m_world->write(file(), "{\"wayfaruser\": \"ann\"}");
-        QCOMPARE(::truncate(QFile::encodeName(file()).constData(), TooBig), 0);
-    };
     if (!whileRunning)
-        grow();
+        m_world->write(file(), bytes);
     const QByteArray log = standardErrorOf([&] {
         UserDefaults defaults(file(), {});
+        QVERIFY(defaults.dictionaryRepresentation().isEmpty());
+        QVERIFY(!QFileInfo::exists(file()));
         if (whileRunning)
-            grow();
-        defaults.setObject(u"autoLaunch"_s, true);
-        QCOMPARE(defaults.boolForKey(u"autoLaunch"_s), true);
-        defaults.synchronize();
-        QCOMPARE(defaults.boolForKey(u"autoLaunch"_s), true);
+            m_world->write(file(), bytes);
+        defaults.setObject(u"a"_s, 1);
     });
-    QCOMPARE(QFileInfo(file()).size(), TooBig);
-    QCOMPARE(namesIn(u"own"_s), (QStringList{u"preferences.json"_s, u"preferences.json.lock"_s}));
-    QVERIFY(log.startsWith("The preferences are kept for this run only"));
+    QCOMPARE(log, "The preferences could not be read and were set aside as " + file().toUtf8() + ".broken\n");
+    QCOMPARE(m_world->read(file() + u".broken"_s), bytes);
+    QCOMPARE(onDisk(u"a"_s), QJsonValue(1));
+}
+
+void TestUserDefaultsKept::aDamagedFileNeverReplacesAnOlderOne()
+{
+    for (const char *bytes : {"first", "second", "third"}) {
+        m_world->write(file(), bytes);
+        standardErrorOf([&] { UserDefaults(file(), {}).setObject(u"a"_s, 1); });
+    }
+    QCOMPARE(m_world->read(file() + u".broken"_s), "first");
+    QCOMPARE(m_world->read(file() + u".broken-2"_s), "second");
+    QCOMPARE(m_world->read(file() + u".broken-3"_s), "third");
 }
 
 // The link lies where nothing may be renamed; what it leads to could well be replaced. A developer who owns the link's
 // folder sees the link itself set aside, which keeps the file just as well.
 void TestUserDefaultsKept::aDamagedFileThatCannotBeSetAsideIsNotReplaced()
 {
-    const QString target = m_world->path(u"elsewhere/real.json"_s);
-    m_world->write(target, "{\"wayfaruser\": \"an");
-    m_world->write(file() + u".lock"_s, "");
-    QVERIFY(QFile::link(target, file()));
-    QCOMPARE(::chmod(QFile::encodeName(file() + u".lock"_s).constData(), 0666), 0);
-    QCOMPARE(::chmod(QFile::encodeName(m_world->path(u"elsewhere"_s)).constData(), 0777), 0);
-    QCOMPARE(::chmod(QFile::encodeName(m_world->path(u"own"_s)).constData(), 0555), 0);
+    const FilePath target = toPath(m_world->path(u"elsewhere/real.json"_s));
+    makeFile(target, "{\"wayfaruser\": \"an");
+    makeFile(toPath(file() + u".lock"_s), "", 0666);
+    makeLink(target, toPath(file()));
+    setMode(target.parent_path(), 0777);
+    setMode(toPath(m_world->path(u"own"_s)), 0555);
     standardErrorOf([&] {
         const OrdinaryUser player;
         UserDefaults defaults(file(), {});
         defaults.setObject(u"autoLaunch"_s, true);
         QCOMPARE(defaults.boolForKey(u"autoLaunch"_s), true);
     });
-    QCOMPARE(m_world->read(target), "{\"wayfaruser\": \"an");
-    QCOMPARE(namesIn(u"elsewhere"_s), QStringList{u"real.json"_s});
+    QCOMPARE(m_world->read(toText(target)), "{\"wayfaruser\": \"an");
+    QCOMPARE(m_world->namesIn(u"elsewhere"_s), QStringList{u"real.json"_s});
+}
+
+void TestUserDefaultsKept::aFileThatCannotBeReadIsNotReplaced_data()
+{
+    QTest::addColumn<bool>("isFolder"); // at a link's end; else a file of one byte too many
+    QTest::addColumn<bool>("whileRunning");
+    QTest::newRow("too big, at the start") << false << false;
+    QTest::newRow("too big, while running") << false << true;
+    QTest::newRow("a folder, at the start") << true << false;
+    QTest::newRow("a folder, while running") << true << true;
+}
+
+void TestUserDefaultsKept::aFileThatCannotBeReadIsNotReplaced()
+{
+    QFETCH(const bool, isFolder);
+    QFETCH(const bool, whileRunning);
+    const FilePath place = toPath(file());
+    const FilePath folder = toPath(m_world->path(u"elsewhere"_s));
+    const auto putInPlace = [&] {
+        makeFile(place, "{\"wayfaruser\": \"ann\"}");
+        std::filesystem::resize_file(place, FileManager::MostInMemory + 1);
+        if (isFolder) {
+            makeFolder(folder);
+            std::filesystem::remove(place);
+            makeLink(folder, place);
+        }
+    };
+    if (!whileRunning)
+        putInPlace();
+    const QByteArray log = standardErrorOf([&] {
+        UserDefaults defaults(file(), {});
+        if (whileRunning)
+            putInPlace();
+        defaults.setObject(u"autoLaunch"_s, true);
+        QCOMPARE(defaults.boolForKey(u"autoLaunch"_s), true);
+        defaults.synchronize();
+        QCOMPARE(defaults.boolForKey(u"autoLaunch"_s), true);
+    });
+    if (isFolder)
+        QCOMPARE(targetOf(place), folder);
+    else
+        QCOMPARE(statusOf(place).st_size, FileManager::MostInMemory + 1);
+    QCOMPARE(m_world->namesIn(u"own"_s), (QStringList{u"preferences.json"_s, u"preferences.json.lock"_s}));
+    QVERIFY(log.startsWith("The preferences are kept for this run only"));
 }
 
 void TestUserDefaultsKept::theLeftoversBesideALinksTargetAreRemoved_data()
@@ -102,11 +156,48 @@ void TestUserDefaultsKept::theLeftoversBesideALinksTargetAreRemoved()
     for (const QString &name : {target + u".new"_s, file() + u".notes"_s, target + u".broken"_s})
         m_world->write(name, "{\"wayfarpasswd\": \"secret\"}");
     m_world->write(target, "{}");
-    QVERIFY(QFile::link(relative ? u"../elsewhere/real.json"_s : target, file()));
+    makeLink(relative ? FilePath("../elsewhere/real.json") : toPath(target), toPath(file()));
     UserDefaults(file(), {}).setObject(u"a"_s, 1);
-    QCOMPARE(namesIn(u"elsewhere"_s), (QStringList{u"real.json"_s, u"real.json.broken"_s}));
+    QCOMPARE(m_world->namesIn(u"elsewhere"_s), (QStringList{u"real.json"_s, u"real.json.broken"_s}));
     QCOMPARE(QJsonDocument::fromJson(m_world->read(target)).object(), QJsonObject({{u"a"_s, 1}}));
     QVERIFY(QFileInfo(file()).isSymLink());
+}
+
+void TestUserDefaultsKept::whatCannotBeWrittenIsKeptForTheRun()
+{
+    const QString folder = m_world->path(u"own"_s);
+    m_world->write(folder, "a file in the folder's place");
+    UserDefaults defaults(file(), {});
+    const QByteArray log = standardErrorOf([&] {
+        defaults.setObject(u"loginFailed"_s, true);
+        defaults.setObject(u"wayfarpasswd"_s, u"secret"_s);
+        defaults.synchronize();
+    });
+    QCOMPARE(defaults.dictionaryRepresentation(),
+             QJsonObject({{u"loginFailed"_s, true}, {u"wayfarpasswd"_s, u"secret"_s}}));
+    QCOMPARE(defaults.boolForKey(u"loginFailed"_s), true);
+    QCOMPARE(m_world->read(folder), "a file in the folder's place");
+    // Logged once, and without values.
+    QCOMPARE(log.count('\n'), 1);
+    QVERIFY(log.startsWith("The preferences are kept for this run only, " + file().toUtf8()));
+    QVERIFY(!log.contains("secret"));
+}
+
+void TestUserDefaultsKept::whatCouldNotBeWrittenIsWrittenBySynchronize()
+{
+    const FilePath parent = toPath(m_world->path(u"locked"_s));
+    makeFolder(parent, 0555);
+    const QString place = toText(parent / "own/preferences.json");
+    UserDefaults defaults(place, {});
+    const QByteArray log = standardErrorOf([&] {
+        const OrdinaryUser player;
+        defaults.setObject(u"a"_s, 1);
+    });
+    QVERIFY(log.contains("Permission denied"));
+    QVERIFY(!QFileInfo::exists(place));
+    setMode(parent, 0755);
+    defaults.synchronize();
+    QCOMPARE(UserDefaults(place, {}).objectForKey(u"a"_s), QJsonValue(1));
 }
 
 QTEST_GUILESS_MAIN(TestUserDefaultsKept)

@@ -1,13 +1,10 @@
 #include "platform/Workspace.h"
 
+#include "support/Files.h"
 #include "support/Rerun.h"
 #include "support/TestWorld.h"
 
 #include <QDir>
-#include <QTest>
-
-#include <sys/stat.h>
-#include <unistd.h>
 
 using namespace Qt::StringLiterals;
 
@@ -32,6 +29,14 @@ PATH=/usr/bin:/bin
 echo "$word" >"$WAYFAR_RECORDS/done.new"
 mv "$WAYFAR_RECORDS/done.new" "$WAYFAR_RECORDS/done"
 )";
+
+const QString oddName = u"ä 'x' \"y\" $(z) %20#"_s;
+
+struct Call {
+    int session = 0;
+    QString folder;
+    QStringList command; // as it was started
+};
 } // namespace
 
 class TestWorkspace : public QObject
@@ -42,30 +47,20 @@ private Q_SLOTS:
     void init();
     void cleanup();
 
-    void aProgramIsStarted_data();
-    void aProgramIsStarted();
-    void aBundleIsStarted_data();
-    void aBundleIsStarted();
-    void aBundleWithoutAProgramStartsNothing();
-    void aDesktopEntryIsLaunched();
-    void aRealDesktopEntryStartsWhatItsExecLineSays();
-    void aDesktopEntryThatStartsNothingIsAFailure();
-    void aWindowsProgramIsStartedByWine_data();
-    void aWindowsProgramIsStartedByWine();
+    void aGameIsStartedInItsFolder_data();
+    void aGameIsStartedInItsFolder();
+    void anythingElseIsLeftToATool_data();
+    void anythingElseIsLeftToATool();
     void withoutWineAWindowsProgramIsLeftToTheDesktop();
-    void anythingElseIsLeftToTheDesktop_data();
-    void anythingElseIsLeftToTheDesktop();
     void aRelativePathIsMadeAbsolute();
+    void aRealDesktopEntryStartsWhatItsExecLineSays();
+    void anApplicationIsAFolderBundle();
 
-    void nothingOpensAMissingPath_data();
-    void nothingOpensAMissingPath();
-    void aProgramThatCannotRunIsAFailure_data();
-    void aProgramThatCannotRunIsAFailure();
-    void aDesktopThatOpensNothingIsAFailure();
-    void withoutTheDesktopsToolsItIsAFailure();
+    void whatCannotBeStartedIsAFailure_data();
+    void whatCannotBeStartedIsAFailure();
+    void aToolThatOpensNothingIsAFailure_data();
+    void aToolThatOpensNothingIsAFailure();
 
-    void whatWasStartedHasItsOwnSession_data();
-    void whatWasStartedHasItsOwnSession();
     void whatWasStartedOutlivesTheProgram_data();
     void whatWasStartedOutlivesTheProgram();
 
@@ -74,13 +69,18 @@ private Q_SLOTS:
     void noOtherAddressIsOpened_data();
     void noOtherAddressIsOpened();
 
-    void anApplicationIsAFolderBundle();
-
 private:
     QString at(const QString &name) const { return m_world->path(name); }
-    void makeProgram(const QString &name, const QByteArray &text = recorder) const;
-    void makeTools(const QByteArray &text = recorder) const;
-    QStringList awaitCall() const; // without the session; empty when none came
+    void makeProgram(const QString &name, const QByteArray &text = recorder) const
+    {
+        makeFile(toPath(at(name)), text, 0755);
+    }
+    void makeTools(const QByteArray &text = recorder) const
+    {
+        for (const QString &tool : {u"bin/xdg-open"_s, u"bin/wine"_s, u"bin/gio"_s})
+            makeProgram(tool, text);
+    }
+    Call awaitCall() const; // of no program when none came
     bool isCalled() const { return QFileInfo::exists(at(u"records/call"_s)); }
 
     std::unique_ptr<TestWorld> m_world;
@@ -93,12 +93,12 @@ void TestWorkspace::init()
     m_world = std::make_unique<TestWorld>();
     m_path = qgetenv("PATH");
     m_folder = QDir::currentPath();
-    QVERIFY(QDir().mkpath(at(u"records"_s)));
-    QVERIFY(QDir().mkpath(at(u"bin"_s)));
-    if (!Rerun::isRerun()) {
-        qputenv("PATH", at(u"bin"_s).toLocal8Bit()); // what this machine has installed must not matter
-        qputenv("WAYFAR_RECORDS", at(u"records"_s).toLocal8Bit());
-    }
+    if (Rerun::isRerun())
+        return;
+    makeFolder(toPath(at(u"records"_s)));
+    makeTools();
+    qputenv("PATH", at(u"bin"_s).toLocal8Bit()); // what this machine has installed must not matter
+    qputenv("WAYFAR_RECORDS", at(u"records"_s).toLocal8Bit());
 }
 
 void TestWorkspace::cleanup()
@@ -108,103 +108,112 @@ void TestWorkspace::cleanup()
     m_world.reset();
 }
 
-void TestWorkspace::makeProgram(const QString &name, const QByteArray &text) const
+Call TestWorkspace::awaitCall() const
 {
-    m_world->write(at(name), text);
-    QVERIFY(QFile::setPermissions(at(name), QFile::Permissions(0x7755)));
-}
-
-void TestWorkspace::makeTools(const QByteArray &text) const
-{
-    for (const QString &tool : {u"bin/xdg-open"_s, u"bin/wine"_s, u"bin/gio"_s})
-        makeProgram(tool, text);
-}
-
-QStringList TestWorkspace::awaitCall() const
-{
-    const bool came = QTest::qWaitFor([this] { return isCalled(); });
-    QStringList lines = QString::fromUtf8(m_world->read(at(u"records/call"_s))).split(u'\n');
-    if (!came || lines.size() < 4)
+    if (!QTest::qWaitFor([this] { return isCalled(); }))
         return {};
-    lines.removeLast();
-    return lines.sliced(1);
+    QStringList lines = QString::fromUtf8(m_world->read(at(u"records/call"_s))).split(u'\n');
+    lines.removeLast(); // what follows the last line end
+    return {lines.value(0).trimmed().toInt(), lines.value(1), lines.mid(2)};
 }
 
-void TestWorkspace::aProgramIsStarted_data()
+void TestWorkspace::aGameIsStartedInItsFolder_data()
 {
-    QTest::addColumn<QString>("name");
+    QTest::addColumn<QString>("opened");
+    QTest::addColumn<QStringList>("programs"); // that are there; the first of them is started
+    QTest::addColumn<QString>("folder");
 
-    QTest::newRow("script") << u"game/launcher"_s;
-    QTest::newRow("script with an ending") << u"game/launcher.sh"_s;
-    QTest::newRow("any letter in its name") << u"Spiel ä 'x' \"y\" $(z)/World of Warcraft Launcher"_s;
-    QTest::newRow("executable") << u"game/binary"_s;
-    QTest::newRow("AppImage") << u"game/Launcher.AppImage"_s;
-}
-
-void TestWorkspace::aProgramIsStarted()
-{
-    makeTools();
-    QFETCH(const QString, name);
-    const QString tag = QString::fromUtf8(QTest::currentDataTag());
-    if (tag == u"executable"_s || tag == u"AppImage"_s) { // this one records itself, see main
-        QVERIFY(QDir().mkpath(at(u"game"_s)));
-        QVERIFY(QFile::copy(QCoreApplication::applicationFilePath(), at(name)));
-    } else {
-        makeProgram(name);
-    }
-    QVERIFY(Workspace().openFile(at(name)));
-    QCOMPARE(awaitCall(), QStringList({QFileInfo(at(name)).path(), at(name)}));
-}
-
-void TestWorkspace::aBundleIsStarted_data()
-{
-    QTest::addColumn<QString>("bundle");
-    QTest::addColumn<QStringList>("programs"); // in it
-    QTest::addColumn<QString>("started");
-
-    const auto row = [](const char *rule, const QString &bundle, const QStringList &programs, const QString &started) {
-        QTest::newRow(rule) << bundle << programs << started;
+    const auto row = [](const char *rule, const QString &opened, const QStringList &programs, const QString &folder) {
+        QTest::newRow(rule) << opened << programs << folder;
     };
-    row("by its AppRun", u"Game.app"_s, {u"AppRun"_s, u"Game"_s}, u"AppRun"_s);
-    row("else by its own name", u"World of Warcraft Launcher.app"_s, {u"World of Warcraft Launcher"_s},
-        u"World of Warcraft Launcher"_s);
-    row("a name with points", u"Game 1.2.app"_s, {u"Game 1.2"_s}, u"Game 1.2"_s);
-    row("a folder that only its AppRun shows", u"game"_s, {u"AppRun"_s}, u"AppRun"_s);
-    row("written with a slash at the end", u"Game.app/"_s, {u"Game"_s}, u"Game"_s);
+    row("script", u"game/launcher"_s, {u"game/launcher"_s}, u"game"_s);
+    row("script with an ending", u"game/launcher.sh"_s, {u"game/launcher.sh"_s}, u"game"_s);
+    row("any letter in its name", u"Spiel "_s + oddName + u"/launcher"_s, {u"Spiel "_s + oddName + u"/launcher"_s},
+        u"Spiel "_s + oddName);
+    row("executable", u"game/binary"_s, {u"game/binary"_s}, u"game"_s);
+    row("AppImage", u"game/Launcher.AppImage"_s, {u"game/Launcher.AppImage"_s}, u"game"_s);
+    row("a bundle by its AppRun", u"Game.app"_s, {u"Game.app/AppRun"_s, u"Game.app/Game"_s}, u"Game.app"_s);
+    row("else by its own name", u"World of Warcraft Launcher.app"_s,
+        {u"World of Warcraft Launcher.app/World of Warcraft Launcher"_s}, u"World of Warcraft Launcher.app"_s);
+    row("a name with points", u"Game 1.2.app"_s, {u"Game 1.2.app/Game 1.2"_s}, u"Game 1.2.app"_s);
+    row("a folder that only its AppRun shows", u"game"_s, {u"game/AppRun"_s}, u"game"_s);
+    row("written with a slash at the end", u"Game.app/"_s, {u"Game.app/Game"_s}, u"Game.app"_s);
 }
 
-void TestWorkspace::aBundleIsStarted()
+void TestWorkspace::aGameIsStartedInItsFolder()
 {
-    makeTools();
-    QFETCH(const QString, bundle);
+    QFETCH(const QString, opened);
     QFETCH(const QStringList, programs);
-    QFETCH(const QString, started);
-    const QString folder = QDir::cleanPath(at(bundle));
+    QFETCH(const QString, folder);
     for (const QString &program : programs)
-        makeProgram(QDir::cleanPath(bundle) + u'/' + program);
-    QVERIFY(Workspace().openFile(at(bundle)));
-    QCOMPARE(awaitCall(), QStringList({folder, folder + u'/' + started}));
+        makeProgram(program);
+    const QString tag = QString::fromUtf8(QTest::currentDataTag());
+    if (tag == u"executable"_s || tag == u"AppImage"_s) { // this test records itself, see main
+        QVERIFY(QFile::remove(at(opened)));
+        QVERIFY(QFile::copy(QCoreApplication::applicationFilePath(), at(opened)));
+    }
+    QVERIFY(Workspace().openFile(at(opened)));
+    const Call call = awaitCall();
+    QCOMPARE(call.command, QStringList{at(programs.first())});
+    QCOMPARE(call.folder, at(folder));
+    QVERIFY(call.session > 0);
+    QVERIFY(call.session != ::getsid(0)); // it does not end with our terminal
 }
 
-void TestWorkspace::aBundleWithoutAProgramStartsNothing()
+void TestWorkspace::anythingElseIsLeftToATool_data()
 {
-    makeTools();
-    m_world->write(at(u"Game.app/AppRun"_s), recorder); // not executable
-    m_world->write(at(u"Game.app/readme"_s), "text");
-    QVERIFY(!Workspace().openFile(at(u"Game.app"_s)));
-    QVERIFY(!isCalled());
+    QTest::addColumn<QString>("name"); // a folder when it ends in a slash
+    QTest::addColumn<bool>("executable");
+    QTest::addColumn<QStringList>("command");
 
-    makeProgram(u"Game.app/Game"_s);
-    QVERIFY(Workspace().openFile(at(u"Game.app"_s)));
-    QCOMPARE(awaitCall().value(1), at(u"Game.app/Game"_s));
+    const auto row = [](const char *rule, const QString &name, bool executable, const QStringList &command) {
+        QTest::newRow(rule) << name << executable << command;
+    };
+    row("document", u"notes.txt"_s, false, {u"xdg-open"_s});
+    row("script that is not executable", u"script"_s, false, {u"xdg-open"_s});
+    row("text on a disk without modes", u"notes.txt"_s, true, {u"xdg-open"_s});
+    row("folder", u"folder/"_s, false, {u"xdg-open"_s});
+    row("name like an option", u"-h"_s, false, {u"xdg-open"_s});
+    row("any letter in its name", oddName, false, {u"xdg-open"_s});
+    row("desktop entry", u"game.desktop"_s, false, {u"gio"_s, u"launch"_s});
+    row("Windows program", u"game/World of Warcraft Launcher.exe"_s, false, {u"wine"_s});
+    row("Windows program in capitals", u"game/WOW.EXE"_s, false, {u"wine"_s});
 }
 
-void TestWorkspace::aDesktopEntryIsLaunched()
+void TestWorkspace::anythingElseIsLeftToATool()
 {
-    makeTools();
-    m_world->write(at(u"game.desktop"_s), "[Desktop Entry]\n");
-    QVERIFY(Workspace().openFile(at(u"game.desktop"_s)));
-    QCOMPARE(awaitCall().sliced(1), QStringList({at(u"bin/gio"_s), u"launch"_s, at(u"game.desktop"_s)}));
+    QFETCH(const QString, name);
+    QFETCH(const bool, executable);
+    QFETCH(QStringList, command);
+    const QString path = QDir::cleanPath(at(name));
+    if (name.endsWith(u'/'))
+        makeFolder(toPath(path));
+    else
+        makeFile(toPath(path), executable ? "some text\n" : "#!/bin/sh\n", executable ? 0755 : 0644);
+    QVERIFY(Workspace().openFile(path));
+    const Call call = awaitCall();
+    command.first().prepend(at(u"bin/"_s));
+    QCOMPARE(call.command, command + QStringList{path});
+    if (command.first().endsWith(u"wine"_s))
+        QCOMPARE(call.folder, QFileInfo(path).path());
+    QVERIFY(call.session > 0);
+    QVERIFY(call.session != ::getsid(0));
+}
+
+void TestWorkspace::withoutWineAWindowsProgramIsLeftToTheDesktop()
+{
+    QVERIFY(QFile::remove(at(u"bin/wine"_s)));
+    makeProgram(u"wow.exe"_s, "MZ");
+    QVERIFY(Workspace().openFile(at(u"wow.exe"_s)));
+    QCOMPARE(awaitCall().command, QStringList({at(u"bin/xdg-open"_s), at(u"wow.exe"_s)}));
+}
+
+void TestWorkspace::aRelativePathIsMadeAbsolute()
+{
+    m_world->write(at(u"-notes.txt"_s), "text");
+    QVERIFY(QDir::setCurrent(at({})));
+    QVERIFY(Workspace().openFile(u"-notes.txt"_s));
+    QCOMPARE(awaitCall().command, QStringList({at(u"bin/xdg-open"_s), at(u"-notes.txt"_s)}));
 }
 
 void TestWorkspace::aRealDesktopEntryStartsWhatItsExecLineSays()
@@ -214,164 +223,92 @@ void TestWorkspace::aRealDesktopEntryStartsWhatItsExecLineSays()
     const QByteArray entry = "[Desktop Entry]\nType=Application\nName=Game\nExec=";
     m_world->write(at(u"game.desktop"_s), entry + at(u"game/launcher"_s).toUtf8() + " --play \"one game\"\n");
     QVERIFY(Workspace().openFile(at(u"game.desktop"_s)));
-    QCOMPARE(awaitCall().sliced(1), QStringList({at(u"game/launcher"_s), u"--play"_s, u"one game"_s}));
-}
+    QCOMPARE(awaitCall().command, QStringList({at(u"game/launcher"_s), u"--play"_s, u"one game"_s}));
 
-void TestWorkspace::aDesktopEntryThatStartsNothingIsAFailure()
-{
-    qputenv("PATH", m_path);
-    m_world->write(at(u"gone.desktop"_s), "[Desktop Entry]\nType=Application\nName=Game\nExec=/no/such/launcher\n");
+    m_world->write(at(u"gone.desktop"_s), entry + "/no/such/launcher\n");
     m_world->write(at(u"damaged.desktop"_s), "no desktop entry\n");
     QVERIFY(!Workspace().openFile(at(u"gone.desktop"_s)));
     QVERIFY(!Workspace().openFile(at(u"damaged.desktop"_s)));
 }
 
-void TestWorkspace::aWindowsProgramIsStartedByWine_data()
+void TestWorkspace::anApplicationIsAFolderBundle()
 {
-    QTest::addColumn<QString>("name");
+    makeProgram(u"launcher"_s);
+    m_world->write(at(u"folder/notes.txt"_s), "text");
+    for (const QString &none : {u"launcher"_s, u"folder"_s, u"Wayfar Installer.app"_s})
+        QVERIFY(!Workspace().launchApplication(at(none)));
+    QVERIFY(!isCalled());
 
-    QTest::newRow("small letters") << u"game/World of Warcraft Launcher.exe"_s;
-    QTest::newRow("capital letters") << u"game/WOW.EXE"_s;
+    makeProgram(u"Wayfar Installer.app/AppRun"_s);
+    QVERIFY(Workspace().launchApplication(at(u"Wayfar Installer.app/"_s)));
+    const Call call = awaitCall();
+    QCOMPARE(call.command, QStringList{at(u"Wayfar Installer.app/AppRun"_s)});
+    QCOMPARE(call.folder, at(u"Wayfar Installer.app"_s));
 }
 
-void TestWorkspace::aWindowsProgramIsStartedByWine()
+void TestWorkspace::whatCannotBeStartedIsAFailure_data()
 {
-    makeTools();
-    QFETCH(const QString, name);
-    m_world->write(at(name), "MZ");
-    QVERIFY(Workspace().openFile(at(name)));
-    QCOMPARE(awaitCall(), QStringList({at(u"game"_s), at(u"bin/wine"_s), at(name)}));
+    QTest::addColumn<QString>("opened");
+    QTest::addColumn<QString>("file"); // that is there, none when empty
+    QTest::addColumn<QByteArray>("bytes");
+    QTest::addColumn<int>("mode");
+
+    const auto missing = [](const char *rule, const QString &opened) {
+        QTest::newRow(rule) << opened << QString() << QByteArray() << 0;
+    };
+    missing("missing", u"missing"_s);
+    missing("missing bundle", u"Game.app"_s);
+    missing("missing desktop entry", u"game.desktop"_s);
+    missing("missing Windows program", u"wow.exe"_s);
+    missing("dangling link", u"dangling"_s);
+    const auto row = [](const char *rule, const QString &opened, const QString &file, const QByteArray &bytes,
+                        int mode) { QTest::newRow(rule) << opened << file << bytes << mode; };
+    row("bundle whose program is not executable", u"Game.app"_s, u"Game.app/AppRun"_s, recorder, 0644);
+    row("bundle without a program", u"Game.app"_s, u"Game.app/readme"_s, "text", 0644);
+    row("script without its interpreter", u"launcher"_s, u"launcher"_s, "#!/no/such/interpreter\n", 0755);
+    row("damaged executable", u"launcher"_s, u"launcher"_s,
+        "\x7f"
+        "ELF damaged",
+        0755);
 }
 
-void TestWorkspace::withoutWineAWindowsProgramIsLeftToTheDesktop()
+void TestWorkspace::whatCannotBeStartedIsAFailure()
 {
-    makeTools();
-    QVERIFY(QFile::remove(at(u"bin/wine"_s)));
-    makeProgram(u"wow.exe"_s, "MZ");
-    QVERIFY(Workspace().openFile(at(u"wow.exe"_s)));
-    QCOMPARE(awaitCall().sliced(1), QStringList({at(u"bin/xdg-open"_s), at(u"wow.exe"_s)}));
-}
-
-void TestWorkspace::anythingElseIsLeftToTheDesktop_data()
-{
-    QTest::addColumn<QString>("name"); // a folder when it ends in a slash
-    QTest::addColumn<bool>("executable");
-
-    QTest::newRow("document") << u"notes.txt"_s << false;
-    QTest::newRow("script that is not executable") << u"script"_s << false;
-    QTest::newRow("text on a disk without modes") << u"notes.txt"_s << true;
-    QTest::newRow("folder") << u"folder/"_s << false;
-    QTest::newRow("name like an option") << u"-h"_s << false;
-    QTest::newRow("any letter in its name") << u"ä 'x' \"y\" $(z) %20#"_s << false;
-}
-
-void TestWorkspace::anythingElseIsLeftToTheDesktop()
-{
-    makeTools();
-    QFETCH(const QString, name);
-    QFETCH(const bool, executable);
-    const QString path = QDir::cleanPath(at(name));
-    if (name.endsWith(u'/'))
-        QVERIFY(QDir().mkpath(path));
-    else if (executable)
-        makeProgram(name, "some text\n");
-    else
-        m_world->write(path, "#!/bin/sh\n");
-    QVERIFY(Workspace().openFile(path));
-    QCOMPARE(awaitCall().sliced(1), QStringList({at(u"bin/xdg-open"_s), path}));
-}
-
-void TestWorkspace::aRelativePathIsMadeAbsolute()
-{
-    makeTools();
-    m_world->write(at(u"-notes.txt"_s), "text");
-    QVERIFY(QDir::setCurrent(at({})));
-    QVERIFY(Workspace().openFile(u"-notes.txt"_s));
-    QCOMPARE(awaitCall().value(2), at(u"-notes.txt"_s));
-}
-
-void TestWorkspace::nothingOpensAMissingPath_data()
-{
-    QTest::addColumn<QString>("name");
-
-    QTest::newRow("missing") << u"missing"_s;
-    QTest::newRow("missing bundle") << u"Game.app"_s;
-    QTest::newRow("missing desktop entry") << u"game.desktop"_s;
-    QTest::newRow("missing Windows program") << u"wow.exe"_s;
-    QTest::newRow("dangling link") << u"dangling"_s;
-}
-
-void TestWorkspace::nothingOpensAMissingPath()
-{
-    makeTools();
-    QVERIFY(QFile::link(at(u"nowhere"_s), at(u"dangling"_s)));
-    QFETCH(const QString, name);
-    QVERIFY(!Workspace().openFile(at(name)));
-    QVERIFY(!Workspace().launchApplication(at(name)));
+    QFETCH(const QString, opened);
+    QFETCH(const QString, file);
+    QFETCH(const QByteArray, bytes);
+    QFETCH(const int, mode);
+    makeLink("nowhere", toPath(at(u"dangling"_s)));
+    if (!file.isEmpty())
+        makeFile(toPath(at(file)), bytes, mode_t(mode));
+    QVERIFY(!Workspace().openFile(at(opened)));
+    QVERIFY(!Workspace().launchApplication(at(opened)));
     QVERIFY(!Workspace().openFile(u""_s));
     QVERIFY(!isCalled());
 }
 
-void TestWorkspace::aProgramThatCannotRunIsAFailure_data()
+void TestWorkspace::aToolThatOpensNothingIsAFailure_data()
 {
-    QTest::addColumn<QByteArray>("bytes");
-
-    QTest::newRow("script without its interpreter") << QByteArray("#!/no/such/interpreter\n");
-    QTest::newRow("damaged executable") << QByteArray("\x7f"
-                                                      "ELF damaged");
+    QTest::addColumn<bool>("isThere");
+    QTest::newRow("not there") << false;
+    QTest::newRow("that fails") << true;
 }
 
-void TestWorkspace::aProgramThatCannotRunIsAFailure()
+void TestWorkspace::aToolThatOpensNothingIsAFailure()
 {
-    makeTools();
-    QFETCH(const QByteArray, bytes);
-    makeProgram(u"launcher"_s, bytes);
-    QVERIFY(!Workspace().openFile(at(u"launcher"_s)));
-    QVERIFY(!isCalled());
-}
-
-void TestWorkspace::aDesktopThatOpensNothingIsAFailure()
-{
-    makeTools("#!/bin/sh\nexit 3\n");
-    m_world->write(at(u"notes.txt"_s), "text");
-    m_world->write(at(u"game.desktop"_s), "text");
-    QVERIFY(!Workspace().openFile(at(u"notes.txt"_s)));
-    QVERIFY(!Workspace().openFile(at(u"game.desktop"_s)));
-}
-
-void TestWorkspace::withoutTheDesktopsToolsItIsAFailure()
-{
-    m_world->write(at(u"notes.txt"_s), "text");
-    m_world->write(at(u"game.desktop"_s), "text");
-    m_world->write(at(u"wow.exe"_s), "MZ");
-    QVERIFY(!Workspace().openFile(at(u"notes.txt"_s)));
-    QVERIFY(!Workspace().openFile(at(u"game.desktop"_s)));
-    QVERIFY(!Workspace().openFile(at(u"wow.exe"_s)));
-    QVERIFY(!Workspace().openURL(QUrl(u"https://wayfar.example/"_s)));
-}
-
-void TestWorkspace::whatWasStartedHasItsOwnSession_data()
-{
-    QTest::addColumn<QString>("name");
-
-    QTest::newRow("program") << u"launcher"_s;
-    QTest::newRow("by the desktop") << u"notes.txt"_s;
-    QTest::newRow("desktop entry") << u"game.desktop"_s;
-    QTest::newRow("Windows program") << u"wow.exe"_s;
-}
-
-void TestWorkspace::whatWasStartedHasItsOwnSession()
-{
-    makeTools();
-    makeProgram(u"launcher"_s);
+    QFETCH(const bool, isThere);
     for (const QString &name : {u"notes.txt"_s, u"game.desktop"_s, u"wow.exe"_s})
         m_world->write(at(name), "text");
-    QFETCH(const QString, name);
-    QVERIFY(Workspace().openFile(at(name)));
-    QVERIFY(!awaitCall().isEmpty());
-    const QList<QByteArray> lines = m_world->read(at(u"records/call"_s)).split('\n');
-    QVERIFY(lines.first().trimmed().toInt() > 0);
-    QVERIFY(lines.first().trimmed().toInt() != ::getsid(0));
+    if (isThere)
+        makeTools("#!/bin/sh\nexit 3\n");
+    else
+        QVERIFY(QDir(at(u"bin"_s)).removeRecursively());
+    QVERIFY(!Workspace().openFile(at(u"notes.txt"_s)));
+    QVERIFY(!Workspace().openFile(at(u"game.desktop"_s)));
+    if (!isThere) { // what these two start detached is not waited for
+        QVERIFY(!Workspace().openFile(at(u"wow.exe"_s)));
+        QVERIFY(!Workspace().openURL(QUrl(u"https://wayfar.example/"_s)));
+    }
 }
 
 void TestWorkspace::whatWasStartedOutlivesTheProgram_data()
@@ -391,20 +328,13 @@ void TestWorkspace::whatWasStartedOutlivesTheProgram()
     makeTools(stayer);
     makeProgram(u"launcher"_s, stayer);
     m_world->write(at(u"notes.txt"_s), "text");
-    const QByteArray fifo = at(u"records/fifo"_s).toLocal8Bit();
-    QCOMPARE(::mkfifo(fifo.constData(), 0600), 0);
+    makeFifo(toPath(at(u"records/fifo"_s)));
     QFETCH(const QString, name);
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(u"WAYFAR_TEST_FILE"_s, at(name));
-    environment.insert(u"PATH"_s, at(u"bin"_s) + u':' + QString::fromLocal8Bit(m_path));
-    const auto result = Rerun::run({}, environment);
-    QVERIFY2(result.status == 0, result.output.constData());
+    Rerun::verifyPasses(
+        {}, {{u"WAYFAR_TEST_FILE"_s, at(name)}, {u"PATH"_s, at(u"bin"_s) + u':' + QString::fromLocal8Bit(m_path)}});
 
     QVERIFY(!QFileInfo::exists(at(u"records/done"_s)));
-    QFile pipe(at(u"records/fifo"_s));
-    QVERIFY(pipe.open(QIODevice::WriteOnly)); // blocks until somebody reads
-    pipe.write("go\n");
-    pipe.close();
+    m_world->write(at(u"records/fifo"_s), "go\n"); // blocks until somebody reads
     QTRY_COMPARE(m_world->read(at(u"records/done"_s)), "go\n");
 }
 
@@ -423,11 +353,10 @@ void TestWorkspace::aWebAddressOpensInTheBrowser_data()
 
 void TestWorkspace::aWebAddressOpensInTheBrowser()
 {
-    makeTools();
     QFETCH(const QString, address);
     QFETCH(const QString, handedOver);
     QVERIFY(Workspace().openURL(QUrl(address)));
-    QCOMPARE(awaitCall().sliced(1), QStringList({at(u"bin/xdg-open"_s), handedOver}));
+    QCOMPARE(awaitCall().command, QStringList({at(u"bin/xdg-open"_s), handedOver}));
 }
 
 void TestWorkspace::noOtherAddressIsOpened_data()
@@ -447,24 +376,9 @@ void TestWorkspace::noOtherAddressIsOpened_data()
 
 void TestWorkspace::noOtherAddressIsOpened()
 {
-    makeTools();
     QFETCH(const QString, address);
     QVERIFY(!Workspace().openURL(QUrl(address)));
     QVERIFY(!isCalled());
-}
-
-void TestWorkspace::anApplicationIsAFolderBundle()
-{
-    makeTools();
-    makeProgram(u"launcher"_s);
-    m_world->write(at(u"folder/notes.txt"_s), "text");
-    QVERIFY(!Workspace().launchApplication(at(u"launcher"_s)));
-    QVERIFY(!Workspace().launchApplication(at(u"folder"_s)));
-    QVERIFY(!isCalled());
-
-    makeProgram(u"Wayfar Installer.app/AppRun"_s);
-    QVERIFY(Workspace().launchApplication(at(u"Wayfar Installer.app/"_s)));
-    QCOMPARE(awaitCall(), QStringList({at(u"Wayfar Installer.app"_s), at(u"Wayfar Installer.app/AppRun"_s)}));
 }
 
 // Copied to another name the program is a game that records its start.

@@ -46,10 +46,7 @@ void TestPictures::anUnknownPictureIsNull()
 void TestPictures::aFineScreenGetsTheFinePicture()
 {
     if (!Rerun::isRerun()) {
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(u"QT_SCALE_FACTOR"_s, u"2"_s);
-        const auto result = Rerun::run({}, environment);
-        QVERIFY2(result.status == 0, result.output.constData());
+        Rerun::verifyPasses({}, {{u"QT_SCALE_FACTOR"_s, u"2"_s}});
         return;
     }
     for (const QString &name : {u"splash_wayfar5"_s, u"small"_s, u"large"_s}) {

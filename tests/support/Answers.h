@@ -4,6 +4,21 @@
 
 #include "platform/UrlLoader.h"
 
+// Of the vendor's web site.
+inline QString addressOf(const QString &path)
+{
+    return QStringLiteral("https://wayfar.example") + path;
+}
+
+// With the headers that the program's forms have.
+inline UrlRequest formTo(const QString &url, const QByteArray &form = "user=ann&pass=key")
+{
+    return {.url = url,
+            .method = "POST",
+            .headers = {{"Content-Length", QByteArray::number(form.size())}, {"Content-Type", "words no semicolon"}},
+            .body = form};
+}
+
 // The settings that lead to the vendor.
 inline UrlLoaderSettings networkOf(const VendorServer &vendor, int idleSeconds = 60)
 {
@@ -35,14 +50,16 @@ inline VendorAnswer brokenOff()
 }
 
 // The connection breaks after so many bytes of the body.
-inline VendorAnswer brokenAfter(qint64 bytes, const QByteArray &body)
+inline VendorAnswer brokenAfter(qint64 bytes, const QByteArray &body,
+                                VendorAnswer::Length length = VendorAnswer::Length::Exact)
 {
     VendorAnswer answer = answerWith(body);
+    answer.length = length;
     answer.resetAfter = bytes;
     return answer;
 }
 
-// Nothing more comes after so many bytes of the body.
+// Nothing more comes after so many bytes of the body, until VendorServer::step().
 inline VendorAnswer silentAfter(qint64 bytes, const QByteArray &body)
 {
     VendorAnswer answer = answerWith(body);
@@ -50,7 +67,7 @@ inline VendorAnswer silentAfter(qint64 bytes, const QByteArray &body)
     return answer;
 }
 
-// The answer says a length that its body does not have.
+// The answer announces a length that its body does not have.
 inline VendorAnswer announcing(qint64 length, const QByteArray &body)
 {
     VendorAnswer answer = answerWith(body);

@@ -41,12 +41,18 @@ bool Rerun::isOnAFineScreen()
 {
     if (isRerun())
         return true;
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(u"QT_SCALE_FACTOR"_s, u"2"_s);
-    const Result result = run({}, environment);
-    if (result.status != 0)
-        QTest::qFail(result.output.constData(), __FILE__, __LINE__);
+    verifyPasses({}, {{u"QT_SCALE_FACTOR"_s, u"2"_s}});
     return false;
+}
+
+void Rerun::verifyPasses(const QStringList &launcher, std::initializer_list<std::pair<QString, QString>> variables,
+                         const QString &program)
+{
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    for (const auto &[name, value] : variables)
+        environment.insert(name, value);
+    const Result result = run(launcher, environment, program);
+    QVERIFY2(result.status == 0, result.output.constData());
 }
 
 namespace

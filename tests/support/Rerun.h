@@ -5,6 +5,9 @@
 #include <QString>
 #include <QStringList>
 
+#include <initializer_list>
+#include <utility>
+
 // The running test function once more in a process of its own: with other mounts, other settings of the environment,
 // or from another place. There isRerun() is true, and the function does its work instead of starting one more.
 namespace Rerun
@@ -22,6 +25,9 @@ Result run(const QStringList &launcher,
 
 // True in a rerun. Otherwise runs the function again with two pixels of the screen for one, and fails where that fails.
 bool isOnAFineScreen();
+// The same, and the test fails where the function does not pass. The environment is ours with these variables on top.
+void verifyPasses(const QStringList &launcher, std::initializer_list<std::pair<QString, QString>> variables,
+                  const QString &program = {});
 
 // A launcher into a mount namespace: the script, which finds the folder as $1, sets it up first as root of it.
 QStringList withMounts(const QString &script, const QString &folder);

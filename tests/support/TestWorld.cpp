@@ -93,7 +93,7 @@ VendorServer &TestWorld::vendor()
 
 void TestWorld::stopVendor()
 {
-    loader(); // made later, it would start another vendor
+    (void)loader(); // it still leads to that port; made later, it would start another vendor
     m_vendor.reset();
 }
 
@@ -114,9 +114,7 @@ void TestWorld::useVendor(const UrlLoaderSettings &settings)
 
 void TestWorld::goOffline()
 {
-    UrlLoaderSettings nowhere = network();
-    nowhere.connectTo = {"::127.0.0.1:1"}; // nothing listens there
-    useVendor(nowhere);
+    useVendor({.connectTo = {"::127.0.0.1:1"}}); // nothing listens there
 }
 
 void TestWorld::write(const QString &file, const QByteArray &bytes) const
@@ -131,6 +129,12 @@ QByteArray TestWorld::read(const QString &file) const
 {
     QFile in(file);
     return in.open(QIODevice::ReadOnly) ? in.readAll() : QByteArray();
+}
+
+QStringList TestWorld::namesIn(const QString &folder) const
+{
+    return QDir(path(folder))
+        .entryList(QDir::AllEntries | QDir::System | QDir::Hidden | QDir::NoDotAndDotDot, QDir::Name);
 }
 
 void TestWorld::installPack(const QByteArray &version) const

@@ -42,6 +42,7 @@ public:
 
     void write(const QString &path, const QByteArray &bytes) const; // with the folders it needs
     QByteArray read(const QString &path) const; // empty when there is no such file
+    QStringList namesIn(const QString &folder) const; // below path(), hidden ones too, by the alphabet
     void installPack(const QByteArray &version) const; // a table of contents and one file
     // A real archive: each pair a path in it ("Trailbook/Trailbook.toc"; ending in "/" for a folder) and its bytes.
     QByteArray zip(const QList<std::pair<QString, QByteArray>> &entries) const;

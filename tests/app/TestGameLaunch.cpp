@@ -14,13 +14,13 @@ using Prepare = std::function<void(TestWorld &, AppDelegate &)>;
 const QString launchFailed = u"Failed to launch World of Warcraft Launcher. Please check settings..."_s;
 } // namespace
 
-class TestGameLaunch : public QObject
+class TestGameLaunch : public ProgramTest
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init();
-    void cleanup();
+    void init() { begin(); }
+    void cleanup() { end(); }
 
     void theLauncherIsOpenedAndTheProgramEnds_data();
     void theLauncherIsOpenedAndTheProgramEnds();
@@ -31,7 +31,6 @@ private Q_SLOTS:
     void itComesByItselfFiveSecondsAfterTheNetworkWork();
 
 private:
-    AppDelegate &delegate() { return m_program->delegate; }
     // All guards open.
     void makeReady()
     {
@@ -40,22 +39,7 @@ private:
         delegate().setButtonText(u"Play"_s);
         delegate().setStatusStr(u"before"_s);
     }
-
-    std::unique_ptr<TestWorld> m_world;
-    std::unique_ptr<Program> m_program;
 };
-
-void TestGameLaunch::init()
-{
-    m_world = std::make_unique<TestWorld>();
-    m_program = std::make_unique<Program>(*m_world);
-}
-
-void TestGameLaunch::cleanup()
-{
-    m_program.reset();
-    m_world.reset();
-}
 
 void TestGameLaunch::theLauncherIsOpenedAndTheProgramEnds_data()
 {

@@ -32,14 +32,14 @@ QString questionFor(const QByteArray &version)
 } // namespace
 
 // The start-up's first step, and what follows from each of its outcomes.
-class TestInstallerUpgrade : public QObject
+class TestInstallerUpgrade : public ProgramTest
 {
     Q_OBJECT
 
 private Q_SLOTS:
     void initTestCase() { QGuiApplication::setQuitOnLastWindowClosed(false); }
     void init();
-    void cleanup();
+    void cleanup() { end(); }
 
     void withoutANewerVersionTheWorkerGoesOnWithoutAWord();
     void aVendorOutOfReachIsToldOfByTheWorkerAndEndsTheProcess_data();
@@ -55,7 +55,6 @@ private Q_SLOTS:
     void theRealAlertsAreAnsweredDuringTheStart();
 
 private:
-    AppDelegate &delegate() { return m_program->delegate; }
     bool wasAskedFor(const QByteArray &path) { return !m_world->vendor().requests(path).isEmpty(); }
     bool hasStartedUp() { return wasAskedFor("/feed") || delegate().window()->isVisible(); }
     // Notes which thread compares the pack's versions.
@@ -65,9 +64,6 @@ private:
             &delegate(), &AppDelegate::currentVersionChanged, &delegate(),
             [&fetcher] { fetcher = QThread::currentThread(); }, Qt::DirectConnection);
     }
-
-    std::unique_ptr<TestWorld> m_world;
-    std::unique_ptr<Program> m_program;
 };
 
 void TestInstallerUpgrade::init()
@@ -77,12 +73,6 @@ void TestInstallerUpgrade::init()
     m_world->defaults().setObject(Preferences::userName.key, u"rowan"_s);
     m_world->defaults().setObject(Preferences::password.key, u"secret"_s);
     m_program = std::make_unique<Program>(*m_world);
-}
-
-void TestInstallerUpgrade::cleanup()
-{
-    m_program.reset();
-    m_world.reset();
 }
 
 void TestInstallerUpgrade::withoutANewerVersionTheWorkerGoesOnWithoutAWord()

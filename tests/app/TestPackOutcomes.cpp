@@ -12,13 +12,13 @@ const QString Failed = u"Installation Failed. Permission issue..."_s;
 } // namespace
 
 // What the delegate shows of an installation, and what it refreshes.
-class TestPackOutcomes : public QObject
+class TestPackOutcomes : public ProgramTest
 {
     Q_OBJECT
 
 private Q_SLOTS:
     void init();
-    void cleanup();
+    void cleanup() { end(); }
 
     void theStatusesTellOfEveryEntry_data();
     void theStatusesTellOfEveryEntry();
@@ -29,7 +29,6 @@ private Q_SLOTS:
     void theWaitLastsAsLongAsTheInstallation();
 
 private:
-    AppDelegate &delegate() { return m_program->delegate; }
     void install(const QByteArray &archive)
     {
         m_world->write(m_world->archive(), archive);
@@ -45,9 +44,6 @@ private:
         delegate().downloadFinishedWithResult(true);
     }
     static QByteArray newPack() { return zipOf("mkdir Trailbook; echo '## Version: 2' >Trailbook/Trailbook.toc"); }
-
-    std::unique_ptr<TestWorld> m_world;
-    std::unique_ptr<Program> m_program;
 };
 
 void TestPackOutcomes::init()
@@ -56,12 +52,6 @@ void TestPackOutcomes::init()
     m_world->vendor().setPackVersion("2");
     m_world->installPack("1");
     m_program = std::make_unique<Program>(*m_world);
-}
-
-void TestPackOutcomes::cleanup()
-{
-    m_program.reset();
-    m_world.reset();
 }
 
 void TestPackOutcomes::theStatusesTellOfEveryEntry_data()

@@ -11,13 +11,13 @@ const QString failure = u"Wayfar Installer failed to repair Installation. Reason
 } // namespace
 
 // What the delegate tells of a repair, and what it refreshes.
-class TestRepairOutcomes : public QObject
+class TestRepairOutcomes : public ProgramTest
 {
     Q_OBJECT
 
 private Q_SLOTS:
     void init();
-    void cleanup();
+    void cleanup() { end(); }
 
     void theRepairIsToldAndThenTheVersionsAreRefreshed_data();
     void theRepairIsToldAndThenTheVersionsAreRefreshed();
@@ -27,13 +27,9 @@ private Q_SLOTS:
     void theButtonStartsItAndTheSettingsStayOpen();
 
 private:
-    AppDelegate &delegate() { return m_program->delegate; }
-    bool isRefreshed() const { return m_program->delegate.buttonText() != u"before"; }
+    bool isRefreshed() const { return delegate().buttonText() != u"before"; }
     QString addOn() const { return m_world->addOnFolder() + u"/Trailbook"_s; }
     QString settings() const { return m_world->gameFolder() + u"/_retail_/WTF"_s; }
-
-    std::unique_ptr<TestWorld> m_world;
-    std::unique_ptr<Program> m_program;
 };
 
 void TestRepairOutcomes::init()
@@ -46,12 +42,6 @@ void TestRepairOutcomes::init()
     m_world->write(settings() + u"/Trailbook.lua"_s, "");
     for (const QString &folder : {m_world->addOnFolder(), addOn(), settings()})
         openToAll(folder);
-}
-
-void TestRepairOutcomes::cleanup()
-{
-    m_program.reset();
-    m_world.reset();
 }
 
 void TestRepairOutcomes::theRepairIsToldAndThenTheVersionsAreRefreshed_data()

@@ -14,13 +14,13 @@ const QString missing = u"%1 does not exist. Please verify you installation"_s;
 } // namespace
 
 // The detection of the game in its usual folder.
-class TestStandardGameFolder : public QObject
+class TestStandardGameFolder : public ProgramTest
 {
     Q_OBJECT
 
 private Q_SLOTS:
     void init();
-    void cleanup();
+    void cleanup() { end(); }
 
     void aMissingGameIsToldOfAndNothingIsStored();
     void aMissingLauncherIsToldOfAndNothingIsStored();
@@ -33,9 +33,6 @@ private:
         m_program->pressInSettings("detectButton");
     }
     QByteArray stored() const { return m_world->read(m_world->preferencesFile()); }
-
-    std::unique_ptr<TestWorld> m_world;
-    std::unique_ptr<Program> m_program;
 };
 
 void TestStandardGameFolder::init()
@@ -43,12 +40,6 @@ void TestStandardGameFolder::init()
     m_world = std::make_unique<TestWorld>();
     m_world->goOffline();
     m_program = std::make_unique<Program>(*m_world);
-}
-
-void TestStandardGameFolder::cleanup()
-{
-    m_program.reset();
-    m_world.reset();
 }
 
 void TestStandardGameFolder::aMissingGameIsToldOfAndNothingIsStored()

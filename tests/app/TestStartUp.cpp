@@ -5,13 +5,10 @@
 #include "controls/ElidedLabel.h"
 #include "places/Preferences.h"
 
-#include <QApplication>
 #include <QProgressBar>
 #include <QScreen>
 #include <QSignalSpy>
 #include <QTimer>
-
-#include <atomic>
 
 using namespace Qt::StringLiterals;
 
@@ -68,7 +65,7 @@ bool isCentred(const QWidget &window)
 }
 } // namespace
 
-class TestStartUp : public QObject
+class TestStartUp : public ProgramTest
 {
     Q_OBJECT
 
@@ -77,14 +74,8 @@ private Q_SLOTS:
     void cleanup();
 
     void theSplashIsOnTheScreenBeforeTheWorkerStarts();
-    void theSplashIsAFramelessPictureInTheMiddle();
-    void theLoginComesBeforeThePublishedVersion();
     void theMainThreadStaysFreeWhileTheVendorIsSilent();
     void theMainWindowReplacesTheSplashWhenAllIsFetched();
-    void theStatusIsSetOnlyAfterTheMainWindowIsUp();
-    void theStatusTellsOfTheLogin_data();
-    void theStatusTellsOfTheLogin();
-    void aMissingAccountPageLeavesItsPaneEmpty();
     void aPageOfAnEarlierRunIsNeverShown_data();
     void aPageOfAnEarlierRunIsNeverShown();
     void withoutASupportFolderBothPanesStayEmpty();
@@ -94,15 +85,7 @@ private Q_SLOTS:
     void theWholeFetchCanRunOnTheMainThread();
 
 private:
-    void launch() { m_program->delegate.applicationDidFinishLaunching(); }
-    bool waitForTheEnd()
-    {
-        return QTest::qWaitFor([this] { return !m_program->delegate.isStarting(); }, 20000);
-    }
-    AppDelegate &delegate() { return m_program->delegate; }
-
-    std::unique_ptr<TestWorld> m_world;
-    std::unique_ptr<Program> m_program;
+    void launch() { delegate().applicationDidFinishLaunching(); }
 };
 
 void TestStartUp::init()
@@ -118,7 +101,7 @@ void TestStartUp::cleanup()
 {
     m_world->vendor().clearAnswers();
     m_world->vendor().step();
-    waitForTheEnd();
+    m_program->waitForStart();
     m_program.reset();
     m_world.reset();
 }
@@ -135,24 +118,12 @@ void TestStartUp::theSplashIsOnTheScreenBeforeTheWorkerStarts()
     QVERIFY(paintings > 0);
     QVERIFY(!workerStarted);
     QVERIFY(delegate().isStarting());
-    QVERIFY(delegate().splashWindow()->isVisible());
-    QVERIFY(!delegate().window()->isVisible());
-}
-
-void TestStartUp::theSplashIsAFramelessPictureInTheMiddle()
-{
-    launch();
     const SplashScreen &splash = *delegate().splashWindow();
+    QVERIFY(splash.isVisible());
     QVERIFY(splash.windowFlags().testFlag(Qt::FramelessWindowHint));
     QVERIFY(isCentred(splash));
     QVERIFY(!splash.size().isEmpty());
-}
-
-void TestStartUp::theLoginComesBeforeThePublishedVersion()
-{
-    storeAccount(*m_world);
-    QVERIFY(m_program->start());
-    QCOMPARE(knownPaths(m_world->vendor()), loginThenVersion);
+    QVERIFY(!delegate().window()->isVisible());
 }
 
 void TestStartUp::theMainThreadStaysFreeWhileTheVendorIsSilent()
@@ -169,7 +140,7 @@ void TestStartUp::theMainThreadStaysFreeWhileTheVendorIsSilent()
     QVERIFY(!delegate().window()->isVisible());
     QVERIFY(!QApplication::overrideCursor());
     m_world->vendor().step();
-    QVERIFY(waitForTheEnd());
+    QVERIFY(m_program->waitForStart());
     QVERIFY(delegate().window()->isVisible());
 }
 
@@ -180,89 +151,25 @@ void TestStartUp::theMainWindowReplacesTheSplashWhenAllIsFetched()
     bool splashGone = false;
     QList<QByteArray> asked;
     std::optional<QString> buttonText;
+    std::optional<QString> status = u"not shown"_s;
     const WindowWatch watch("MainWindow", QEvent::Show, [&] {
         splashGone = !delegate().splashWindow();
         asked = knownPaths(m_world->vendor());
         buttonText = delegate().buttonText();
+        status = delegate().statusStr();
     });
     QVERIFY(m_program->start());
     QVERIFY(splashGone);
     QCOMPARE(asked, loginThenVersion);
     QCOMPARE(buttonText, u"Play"_s);
+    QCOMPARE(status, std::nullopt); // it follows
+    QTRY_COMPARE(m_program->control<ElidedLabel>("statusLabel")->text(), u"Logged in as rowan..."_s);
     QVERIFY(isCentred(*delegate().window()));
     QVERIFY(delegate().window()->isActiveWindow());
     QVERIFY(waitForText(*delegate().htmlView(), u"Rowan's page"_s));
     QVERIFY(delegate().updateNotStarted());
     QCOMPARE(m_program->control("mainButton")->text(), u"Play"_s);
     QCOMPARE(m_program->control<QProgressBar>("progressIndicator")->value(), 100);
-}
-
-void TestStartUp::theStatusIsSetOnlyAfterTheMainWindowIsUp()
-{
-    std::atomic_bool shown = false;
-    std::atomic_int early = 0;
-    const WindowWatch watch("MainWindow", QEvent::Show, [&] { shown = true; });
-    connect(
-        &delegate(), &AppDelegate::statusStrChanged, &delegate(),
-        [&] {
-            if (!shown)
-                ++early;
-        },
-        Qt::DirectConnection);
-    QVERIFY(m_program->start());
-    QVERIFY(shown);
-    QCOMPARE(early.load(), 0);
-    QVERIFY(delegate().statusStr().has_value());
-}
-
-void TestStartUp::theStatusTellsOfTheLogin_data()
-{
-    QTest::addColumn<QString>("user");
-    QTest::addColumn<QString>("password");
-    QTest::addColumn<std::optional<bool>>("loginFailedBefore");
-    QTest::addColumn<QString>("status");
-    using Flag = std::optional<bool>;
-    QTest::newRow("the right account") << u"rowan"_s << u"secret"_s << Flag(true) << u"Logged in as rowan..."_s;
-    QTest::newRow("a wrong password") << u"rowan"_s << u"guess"_s << Flag(false) << u"Incorrect Login..."_s;
-    QTest::newRow("no user name, no login yet") << QString() << QString() << Flag() << u"Logged in as (null)..."_s;
-    QTest::newRow("no user name, the last login well")
-        << QString() << QString() << Flag(false) << u"Logged in as (null)..."_s;
-    QTest::newRow("no user name, the last login failed")
-        << QString() << QString() << Flag(true) << u"Incorrect Login..."_s;
-    QTest::newRow("a user name like a placeholder") << u"%@"_s << u"odd"_s << Flag() << u"Logged in as %@..."_s;
-}
-
-void TestStartUp::theStatusTellsOfTheLogin()
-{
-    QFETCH(const QString, user);
-    QFETCH(const QString, password);
-    QFETCH(const std::optional<bool>, loginFailedBefore);
-    QFETCH(const QString, status);
-    m_world->vendor().addAccount(u"rowan"_s, u"secret"_s, "page");
-    if (!user.isNull()) {
-        m_world->defaults().setObject(Preferences::userName.key, user);
-        m_world->defaults().setObject(Preferences::password.key, password);
-    }
-    if (user == u"%@") // the form's escapes are another test's
-        m_world->vendor().setAnswer("/api/dlCheckUser", answerWith("page"));
-    if (loginFailedBefore)
-        m_world->defaults().setObject(Preferences::loginFailed.key, *loginFailedBefore);
-    QVERIFY(m_program->start());
-    QCOMPARE(delegate().statusStr(), status);
-    QTRY_COMPARE(m_program->control<ElidedLabel>("statusLabel")->text(), status);
-}
-
-// The vendor's page is in no encoding that could be kept, so there is no file.
-void TestStartUp::aMissingAccountPageLeavesItsPaneEmpty()
-{
-    storeAccount(*m_world);
-    m_world->vendor().setAnswer("/api/dlCheckUser", answerWith("<p>caf\xc3\xa9</p>"));
-    launch();
-    const QSignalSpy loaded(delegate().htmlView(), &QWebEngineView::loadFinished);
-    QVERIFY(waitForTheEnd());
-    QVERIFY(waitUntil([&] { return !loaded.isEmpty(); }));
-    QVERIFY(!QFile::exists(m_world->supportFolder() + u"/account.html"_s));
-    QCOMPARE(textOf(*delegate().htmlView()), QString());
 }
 
 void TestStartUp::aPageOfAnEarlierRunIsNeverShown_data()
@@ -288,7 +195,7 @@ void TestStartUp::aPageOfAnEarlierRunIsNeverShown()
         m_world->vendor().setAnswer("/api/dlCheckUser", answerWith(page));
     launch();
     const QSignalSpy loaded(delegate().htmlView(), &QWebEngineView::loadFinished);
-    QVERIFY(waitForTheEnd());
+    QVERIFY(m_program->waitForStart());
     QVERIFY(waitUntil([&] { return !loaded.isEmpty(); }));
     const QString text = textOf(*delegate().htmlView());
     QVERIFY2(shown.isEmpty() ? text.isEmpty() : text.contains(shown), qPrintable(text));
@@ -335,7 +242,7 @@ void TestStartUp::closingTheSplashEarlyDoesNotEndTheProgram()
     QVERIFY(delegate().splashWindow()->close());
     QVERIFY(m_world->vendor().waitForRequests("/api/dlCheckUser", 1));
     m_world->vendor().step();
-    QVERIFY(waitForTheEnd());
+    QVERIFY(m_program->waitForStart());
     QVERIFY(delegate().window()->isVisible());
     QCOMPARE(m_program->terminations, 0);
 }

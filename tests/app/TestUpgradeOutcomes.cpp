@@ -20,13 +20,13 @@ const QString downloadFailed =
 } // namespace
 
 // From the yes to the end: the download of an installer, its replacement, and how the program ends after either.
-class TestUpgradeOutcomes : public QObject
+class TestUpgradeOutcomes : public ProgramTest
 {
     Q_OBJECT
 
 private Q_SLOTS:
     void init();
-    void cleanup();
+    void cleanup() { end(); }
 
     void theDownloadedBundleReplacesTheRunningOne();
     void theReplacementDecidesOnTheEnd_data();
@@ -38,7 +38,6 @@ private Q_SLOTS:
     void everyVersionTextEndsWell();
 
 private:
-    AppDelegate &delegate() { return m_program->delegate; }
     InstallerDownloadWindow &window()
     {
         return dynamic_cast<InstallerDownloadWindow &>(*delegate().upgrade()->progressWindow());
@@ -66,9 +65,6 @@ private:
     {
         return applications() + u'/' + Replacement::nameOf(version);
     }
-
-    std::unique_ptr<TestWorld> m_world;
-    std::unique_ptr<Program> m_program;
 };
 
 void TestUpgradeOutcomes::init()
@@ -76,12 +72,6 @@ void TestUpgradeOutcomes::init()
     m_world = std::make_unique<TestWorld>();
     m_world->write(bundle(u"1.2.6"_s) + u"/AppRun"_s, "#!/bin/sh\n");
     m_program = std::make_unique<Program>(*m_world);
-}
-
-void TestUpgradeOutcomes::cleanup()
-{
-    m_program.reset();
-    m_world.reset();
 }
 
 void TestUpgradeOutcomes::theDownloadedBundleReplacesTheRunningOne()

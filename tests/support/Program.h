@@ -36,6 +36,14 @@ struct StandIns {
                 .bundlePath = world.path(QStringLiteral("applications/WayfarRoutes_1.2.6.app"))};
     }
 
+    void forgetDeeds()
+    {
+        workspace.files.clear();
+        workspace.urls.clear();
+        alert.shown.clear();
+        terminations = 0;
+    }
+
     RecordingWorkspace workspace;
     RecordingAlert alert;
     Administrator administrator;
@@ -92,6 +100,26 @@ struct Program : StandIns {
 
     AppDelegate delegate;
     QStringList statuses; // each as it was set
+};
+
+// A test of the program, with a world and a program of its own for each function: init() begins them, cleanup() ends.
+class ProgramTest : public QObject
+{
+protected:
+    void begin()
+    {
+        m_world = std::make_unique<TestWorld>();
+        m_program = std::make_unique<Program>(*m_world);
+    }
+    void end()
+    {
+        m_program.reset();
+        m_world.reset();
+    }
+    AppDelegate &delegate() const { return m_program->delegate; }
+
+    std::unique_ptr<TestWorld> m_world;
+    std::unique_ptr<Program> m_program;
 };
 
 // What the status line read, each time it was painted with the wait cursor.

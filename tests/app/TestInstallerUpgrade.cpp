@@ -3,7 +3,6 @@
 #include "support/Program.h"
 
 #include "controls/AlertWindow.h"
-#include "places/Preferences.h"
 #include "upgrade/InstallerUpgrade.h"
 #include "windows/InstallerDownloadWindow.h"
 
@@ -44,12 +43,11 @@ private Q_SLOTS:
     void withoutANewerVersionTheWorkerGoesOnWithoutAWord();
     void aVendorOutOfReachIsToldOfByTheWorkerAndEndsTheProcess_data();
     void aVendorOutOfReachIsToldOfByTheWorkerAndEndsTheProcess();
-    void theQuestionIsAskedOnTheMainThreadOverTheSplash();
+    void theQuestionIsAskedOverTheSplashAtEveryStart();
     void theQuestionAndVersionValueCarryTheVersionAsItCame_data();
     void theQuestionAndVersionValueCarryTheVersionAsItCame();
     void anyAnswerButYesGoesOnOnTheMainThread_data();
     void anyAnswerButYesGoesOnOnTheMainThread();
-    void aNoIsForgottenAtTheNextStart();
     void aYesDownloadsInsteadOfStartingUp();
     void theRealAlertsAreAnsweredDuringTheStart_data();
     void theRealAlertsAreAnsweredDuringTheStart();
@@ -70,8 +68,7 @@ void TestInstallerUpgrade::init()
 {
     m_world = std::make_unique<TestWorld>();
     m_world->vendor().addAccount(u"rowan"_s, u"secret"_s, "<p>Rowan's page</p>");
-    m_world->defaults().setObject(Preferences::userName.key, u"rowan"_s);
-    m_world->defaults().setObject(Preferences::password.key, u"secret"_s);
+    storeAccount(u"rowan"_s, u"secret"_s);
     m_program = std::make_unique<Program>(*m_world);
 }
 
@@ -123,7 +120,7 @@ void TestInstallerUpgrade::aVendorOutOfReachIsToldOfByTheWorkerAndEndsTheProcess
     QVERIFY(!delegate().statusStr());
 }
 
-void TestInstallerUpgrade::theQuestionIsAskedOnTheMainThreadOverTheSplash()
+void TestInstallerUpgrade::theQuestionIsAskedOverTheSplashAtEveryStart()
 {
     m_world->vendor().setInstallerVersion("1.3.0");
     m_program->alert.answer = 0;
@@ -140,6 +137,11 @@ void TestInstallerUpgrade::theQuestionIsAskedOnTheMainThreadOverTheSplash()
     QVERIFY(ready);
     QVERIFY(splashUntilAllIsFetched);
     QVERIFY(!delegate().splashWindow());
+
+    m_program = std::make_unique<Program>(*m_world); // which knows of no answer
+    m_program->alert.answer = 0;
+    QVERIFY(m_program->start());
+    QCOMPARE(m_program->alert.told(), QStringList{questionFor("1.3.0")});
 }
 
 void TestInstallerUpgrade::theQuestionAndVersionValueCarryTheVersionAsItCame_data()
@@ -193,17 +195,6 @@ void TestInstallerUpgrade::anyAnswerButYesGoesOnOnTheMainThread()
     QVERIFY(!delegate().upgrade()->progressWindow());
     QVERIFY(!m_program->exitStatus);
     QTRY_VERIFY(!QApplication::overrideCursor());
-}
-
-void TestInstallerUpgrade::aNoIsForgottenAtTheNextStart()
-{
-    m_world->vendor().setInstallerVersion("1.3.0");
-    for (int start = 0; start < 2; ++start) {
-        m_program = std::make_unique<Program>(*m_world);
-        m_program->alert.answer = 0;
-        QVERIFY(m_program->start());
-        QCOMPARE(m_program->alert.told(), QStringList{questionFor("1.3.0")});
-    }
 }
 
 void TestInstallerUpgrade::aYesDownloadsInsteadOfStartingUp()

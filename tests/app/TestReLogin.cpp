@@ -26,7 +26,6 @@ private Q_SLOTS:
     void theWindowIsPaintedWithTheWaitCursorFirst();
 
 private:
-    void store(const QString &user, const QString &password);
     bool waitForPage(const QString &text) { return waitForText(*delegate().htmlView(), text); }
     QString status() { return m_program->control<ElidedLabel>("statusLabel")->text(); }
     qsizetype logins() { return m_world->vendor().requests("/api/dlCheckUser").size(); }
@@ -43,21 +42,15 @@ void TestReLogin::initTestCase()
 
 void TestReLogin::init()
 {
-    store(u"rowan"_s, u"secret"_s);
+    storeAccount(u"rowan"_s, u"secret"_s);
     delegate().reLogin();
     QVERIFY(waitForPage(u"Rowan's page"_s));
     m_world->vendor().clearRequests();
 }
 
-void TestReLogin::store(const QString &user, const QString &password)
-{
-    m_world->defaults().setObject(Preferences::userName.key, user);
-    m_world->defaults().setObject(Preferences::password.key, password);
-}
-
 void TestReLogin::theOtherAccountsPageIsShown()
 {
-    store(u"ann"_s, u"other"_s);
+    storeAccount(u"ann"_s, u"other"_s);
     delegate().reLogin();
     QCOMPARE(status(), u"Logged in as ann..."_s);
     QCOMPARE(m_world->vendor().requests().size(), 1); // nothing else is asked for
@@ -76,7 +69,7 @@ void TestReLogin::aFailedLoginReplacesThePage_data()
 void TestReLogin::aFailedLoginReplacesThePage()
 {
     QFETCH(const std::optional<VendorAnswer>, answer);
-    store(u"rowan"_s, u"guess"_s);
+    storeAccount(u"rowan"_s, u"guess"_s);
     if (answer)
         m_world->vendor().queueAnswer("/api/dlCheckUser", *answer);
     delegate().reLogin();
@@ -86,7 +79,7 @@ void TestReLogin::aFailedLoginReplacesThePage()
     QVERIFY(waitUntil([this] { return textOf(*delegate().htmlView()).startsWith(u"The login did not work"); }));
     QVERIFY(m_program->alert.shown.isEmpty());
 
-    store(u"rowan"_s, u"secret"_s);
+    storeAccount(u"rowan"_s, u"secret"_s);
     delegate().reLogin();
     QCOMPARE(status(), u"Logged in as rowan..."_s);
     QVERIFY(waitForPage(u"Rowan's page"_s));
@@ -120,7 +113,7 @@ void TestReLogin::withoutAUserNameNoRequestIsMade()
 void TestReLogin::aPageThatCannotBeKeptLeavesThePaneEmpty()
 {
     m_world->vendor().queueAnswer("/api/dlCheckUser", answerWith("<p>caf\xc3\xa9</p>"));
-    store(u"%@"_s, u"odd"_s); // shown as it stands, too
+    storeAccount(u"%@"_s, u"odd"_s); // shown as it stands, too
     delegate().reLogin();
     QCOMPARE(status(), u"Logged in as %@..."_s);
     QVERIFY(waitForPage(QString()));
@@ -128,7 +121,7 @@ void TestReLogin::aPageThatCannotBeKeptLeavesThePaneEmpty()
 
 void TestReLogin::theRefusalsWordsGoToTheLogAlone()
 {
-    store(u"rowan"_s, u"guess"_s);
+    storeAccount(u"rowan"_s, u"guess"_s);
     const QByteArray log = standardErrorOf([this] { delegate().reLogin(); });
     QVERIFY2(log.contains("Login Error: Error|The user name or the password is not correct."), log.constData());
     QVERIFY2(!log.contains("guess"), log.constData());

@@ -4,6 +4,7 @@
 #include "support/TestWorld.h"
 
 #include "app/AppDelegate.h"
+#include "places/Preferences.h"
 #include "windows/MainWindow.h"
 #include "windows/SettingsWindow.h"
 #include "windows/SplashScreen.h"
@@ -117,6 +118,11 @@ protected:
         m_world.reset();
     }
     AppDelegate &delegate() const { return m_program->delegate; }
+    void storeAccount(const QString &user, const QString &password) const
+    {
+        m_world->defaults().setObject(Preferences::userName.key, user);
+        m_world->defaults().setObject(Preferences::password.key, password);
+    }
 
     std::unique_ptr<TestWorld> m_world;
     std::unique_ptr<Program> m_program;

@@ -80,6 +80,7 @@ void TestMainWindow::initTestCase()
 
 void TestMainWindow::init()
 {
+    QTRY_VERIFY(delegate().updateNotStarted());
     m_program->forgetDeeds();
     m_program->workspace.opens = true;
     m_world->write(m_world->preferencesFile(), "{}");

@@ -28,6 +28,10 @@ void TestVersionText::theSameTextReadsPlayWithAFullBar_data()
     QTest::newRow("no pack") << QByteArray() << QByteArray("1.2.6") << update;
     QTest::newRow("a trailing zero group") << QByteArray("1.2") << QByteArray("1.2.0") << update;
     QTest::newRow("a published line end") << QByteArray("1.2.6") << QByteArray("1.2.6\r\n") << play;
+    QTest::newRow("another letter case") << QByteArray("1.2.6-RC") << QByteArray("1.2.6-rc") << update;
+    QTest::newRow("a published lone line feed") << QByteArray("1.2.6") << QByteArray("1.2.6\n") << update;
+    QTest::newRow("a published blank") << QByteArray("1.2.6") << QByteArray("1.2.6 ") << update;
+    QTest::newRow("an installed tab") << QByteArray("\t1.2.6") << QByteArray("1.2.6") << update;
     QTest::newRow("an empty version on both sides") << QByteArray("") << QByteArray("") << play;
     QTest::newRow("no pack, and \"none\" published") << QByteArray() << QByteArray("none") << play;
     QTest::newRow("an error page") << QByteArray("1.2.6") << QByteArray("<h1>500</h1>") << update;

@@ -1,13 +1,12 @@
+#include "support/Answers.h"
 #include "support/Program.h"
 
 #include "windows/ChangeLog.h"
 #include "windows/LogWindow.h"
 
 #include <QAction>
-#include <QApplication>
 #include <QPlainTextEdit>
 #include <QPointer>
-#include <QTest>
 
 using namespace Qt::StringLiterals;
 
@@ -32,29 +31,21 @@ QString shown()
 } // namespace
 
 // The change log as the player asks for it, in the running program.
-class TestChangeLogButton : public QObject
+class TestChangeLogButton : public ProgramTest
 {
     Q_OBJECT
 
 private Q_SLOTS:
     void init();
-    void cleanup();
+    void cleanup() { end(); }
 
-    void nothingIsFetchedBeforeAPress();
-    void eachWayOfAskingShowsTheChangeLog_data();
     void eachWayOfAskingShowsTheChangeLog();
-    void twoPressesLeaveOneWindowAndMakeTwoFetches();
-    void eachPressStartsWithoutTheTextOfBefore();
+    void eachPressFetchesIntoAWindowOfItsOwn();
     void aFailureIsNotReported();
     void closingTheWindowLeavesTheProgramRunning();
-    void theWindowGoesWithTheProgram();
 
 private:
-    AppDelegate &delegate() { return m_program->delegate; }
-    void press() { QTest::mouseClick(m_program->control("changeLogButton"), Qt::LeftButton); }
-
-    std::unique_ptr<TestWorld> m_world;
-    std::unique_ptr<Program> m_program;
+    void press() { m_program->click("changeLogButton"); }
 };
 
 void TestChangeLogButton::init()
@@ -65,40 +56,23 @@ void TestChangeLogButton::init()
     QVERIFY(m_program->start());
 }
 
-void TestChangeLogButton::cleanup()
-{
-    m_program.reset();
-    m_world.reset();
-}
-
-void TestChangeLogButton::nothingIsFetchedBeforeAPress()
+void TestChangeLogButton::eachWayOfAskingShowsTheChangeLog()
 {
     QVERIFY(!delegate().log());
     QVERIFY(m_world->vendor().requests(path).isEmpty());
     QVERIFY(openLogs().isEmpty());
+    const std::function<void()> ways[] = {
+        [this] { press(); }, [this] { delegate().window()->findChild<QAction *>(u"changeLogAction"_s)->trigger(); }};
+    for (const auto &ask : ways) {
+        ask();
+        QCOMPARE(openLogs(), QList<LogWindow *>{delegate().log()->window()});
+        QCOMPARE(shown(), u"first"_s);
+        QVERIFY(delegate().window()->isVisible());
+        delegate().log()->window()->close();
+    }
 }
 
-void TestChangeLogButton::eachWayOfAskingShowsTheChangeLog_data()
-{
-    QTest::addColumn<bool>("fromTheMenu");
-    QTest::newRow("the button") << false;
-    QTest::newRow("the menu") << true;
-}
-
-void TestChangeLogButton::eachWayOfAskingShowsTheChangeLog()
-{
-    QFETCH(const bool, fromTheMenu);
-    if (fromTheMenu)
-        delegate().window()->findChild<QAction *>(u"changeLogAction"_s)->trigger();
-    else
-        press();
-    QCOMPARE(openLogs().size(), 1);
-    QCOMPARE(openLogs().constFirst(), delegate().log()->window());
-    QCOMPARE(shown(), u"first"_s);
-    QVERIFY(delegate().window()->isVisible());
-}
-
-void TestChangeLogButton::twoPressesLeaveOneWindowAndMakeTwoFetches()
+void TestChangeLogButton::eachPressFetchesIntoAWindowOfItsOwn()
 {
     press();
     const QPointer<LogWindow> first = delegate().log()->window();
@@ -109,24 +83,16 @@ void TestChangeLogButton::twoPressesLeaveOneWindowAndMakeTwoFetches()
     QCOMPARE(shown(), u"second"_s);
     QCOMPARE(m_world->vendor().requests(path).size(), 2);
     QTRY_VERIFY(!first);
-}
-
-void TestChangeLogButton::eachPressStartsWithoutTheTextOfBefore()
-{
-    press();
-    QCOMPARE(shown(), u"first"_s);
-    m_world->vendor().setChangeLog("Caf\u00e9");
+    m_world->vendor().setChangeLog("Caf\u00e9"); // nothing that could be shown, and nothing of before
     press();
     QCOMPARE(shown(), QString());
-    QCOMPARE(delegate().log()->text(), std::nullopt);
+    m_program.reset();
+    QVERIFY(openLogs().isEmpty());
 }
 
 void TestChangeLogButton::aFailureIsNotReported()
 {
-    VendorAnswer cut;
-    cut.body = "first";
-    cut.resetAfter = 2;
-    m_world->vendor().setAnswer(path, cut);
+    m_world->vendor().setAnswer(path, brokenOff());
     const auto status = delegate().statusStr();
     const QByteArray log = standardErrorOf([this] { press(); });
     QVERIFY2(!log.contains("reset") && !log.contains("changelog"), log.constData());
@@ -147,13 +113,6 @@ void TestChangeLogButton::closingTheWindowLeavesTheProgramRunning()
     QCOMPARE(m_program->terminations, 0);
     press();
     QCOMPARE(shown(), u"first"_s);
-}
-
-void TestChangeLogButton::theWindowGoesWithTheProgram()
-{
-    press();
-    m_program.reset();
-    QVERIFY(openLogs().isEmpty());
 }
 
 QTEST_MAIN(TestChangeLogButton)

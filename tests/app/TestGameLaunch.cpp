@@ -1,86 +1,89 @@
-#include "places/Preferences.h"
-#include "windows/SettingsWindow.h"
+#include "support/Answers.h"
 #include "support/Program.h"
+
+#include "places/Preferences.h"
+
+#include <QElapsedTimer>
 
 using namespace Qt::StringLiterals;
 
 namespace
 {
-const QString launchFailed = u"Failed to launch World of Warcraft Launcher. Please check settings..."_s;
-}
+using Prepare = std::function<void(TestWorld &, AppDelegate &)>;
 
-class TestGameLaunch : public QObject
+const QString launchFailed = u"Failed to launch World of Warcraft Launcher. Please check settings..."_s;
+} // namespace
+
+class TestGameLaunch : public ProgramTest
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init();
-    void cleanup();
+    void init() { begin(); }
+    void cleanup() { end(); }
 
+    void theLauncherIsOpenedAndTheProgramEnds_data();
     void theLauncherIsOpenedAndTheProgramEnds();
     void eachGuardEndsItSilently_data();
     void eachGuardEndsItSilently();
-    void aFinishedDownloadStillKeepsItOff();
-    void aClosedSettingsWindowKeepsNothingOff();
     void eachFailureSetsTheOneStatus_data();
     void eachFailureSetsTheOneStatus();
-    void itIsArmedWhenTheNetworkWorkIsDoneWhateverThePreferencesSay();
-    void itComesByItselfAfterTheStart();
+    void itComesByItselfFiveSecondsAfterTheNetworkWork();
 
 private:
     // All guards open.
-    void makeReady() const
+    void makeReady()
     {
         m_world->defaults().setObject(Preferences::autoLaunch.key, true);
         m_world->defaults().setObject(Preferences::launchPath.key, u"/games/start.sh"_s);
-        m_program->delegate.setButtonText(u"Play"_s);
-        m_program->delegate.setStatusStr(u"before"_s);
+        delegate().setButtonText(u"Play"_s);
+        delegate().setStatusStr(u"before"_s);
     }
-
-    std::unique_ptr<TestWorld> m_world;
-    std::unique_ptr<Program> m_program;
 };
 
-void TestGameLaunch::init()
+void TestGameLaunch::theLauncherIsOpenedAndTheProgramEnds_data()
 {
-    m_world = std::make_unique<TestWorld>();
-    m_program = std::make_unique<Program>(*m_world);
-}
-
-void TestGameLaunch::cleanup()
-{
-    delete m_program->delegate.settingsWindow();
-    m_program.reset();
+    QTest::addColumn<bool>("settingsClosedBefore");
+    QTest::newRow("plainly") << false;
+    QTest::newRow("after the settings were closed") << true;
 }
 
 void TestGameLaunch::theLauncherIsOpenedAndTheProgramEnds()
 {
+    QFETCH(const bool, settingsClosedBefore);
     makeReady();
-    m_program->delegate.launchWow();
+    if (settingsClosedBefore) {
+        delegate().openSettings();
+        delegate().settingsWindow()->close();
+    }
+    delegate().launchWow();
     QCOMPARE(m_program->workspace.files, QStringList{u"/games/start.sh"_s});
     QCOMPARE(m_program->terminations, 1);
-    QCOMPARE(m_program->delegate.statusStr(), u"before"_s);
+    QCOMPARE(delegate().statusStr(), u"before"_s);
 }
 
 // Also with a launch path that would be a failure: the guards come first.
 void TestGameLaunch::eachGuardEndsItSilently_data()
 {
-    using Prepare = std::function<void(TestWorld &, AppDelegate &)>;
     QTest::addColumn<Prepare>("prepare");
-    QTest::newRow("the pack needs an update")
-        << Prepare([](TestWorld &, AppDelegate &delegate) { delegate.setButtonText(u"Update"_s); });
-    QTest::newRow("no version is known yet")
-        << Prepare([](TestWorld &, AppDelegate &delegate) { delegate.setButtonText(std::nullopt); });
-    QTest::newRow("a download was started") << Prepare([](TestWorld &world, AppDelegate &delegate) {
+    const auto row = [](const char *name, const Prepare &prepare) { QTest::newRow(name) << prepare; };
+    row("the pack needs an update", [](TestWorld &, AppDelegate &delegate) { delegate.setButtonText(u"Update"_s); });
+    row("no version is known yet", [](TestWorld &, AppDelegate &delegate) { delegate.setButtonText(std::nullopt); });
+    row("a download was started", [](TestWorld &world, AppDelegate &delegate) {
         world.vendor();
         delegate.update(u"Update"_s);
         delegate.setStatusStr(u"before"_s);
     });
-    QTest::newRow("the settings are open")
-        << Prepare([](TestWorld &, AppDelegate &delegate) { delegate.openSettings(); });
-    QTest::newRow("not wanted") << Prepare(
+    row("a download has ended", [](TestWorld &, AppDelegate &delegate) {
+        delegate.update(u"Update"_s);
+        QTRY_VERIFY(delegate.updateNotStarted());
+        delegate.setButtonText(u"Play"_s);
+        delegate.setStatusStr(u"before"_s);
+    });
+    row("the settings are open", [](TestWorld &, AppDelegate &delegate) { delegate.openSettings(); });
+    row("not wanted",
         [](TestWorld &world, AppDelegate &) { world.defaults().setObject(Preferences::autoLaunch.key, false); });
-    QTest::newRow("never asked for") << Prepare([](TestWorld &world, AppDelegate &) {
+    row("never asked for", [](TestWorld &world, AppDelegate &) {
         world.write(world.preferencesFile(), R"({"launchPath": "/games/start.sh"})");
         world.defaults().synchronize();
     });
@@ -88,36 +91,16 @@ void TestGameLaunch::eachGuardEndsItSilently_data()
 
 void TestGameLaunch::eachGuardEndsItSilently()
 {
-    QFETCH(const std::function<void(TestWorld &, AppDelegate &)>, prepare);
+    QFETCH(const Prepare, prepare);
     makeReady();
-    prepare(*m_world, m_program->delegate);
+    prepare(*m_world, delegate());
     for (const QString &path : {u"/games/start.sh"_s, QString()}) {
         m_world->defaults().setObject(Preferences::launchPath.key, path);
-        m_program->delegate.launchWow();
+        delegate().launchWow();
         QCOMPARE(m_program->workspace.files, QStringList());
         QCOMPARE(m_program->terminations, 0);
-        QCOMPARE(m_program->delegate.statusStr(), u"before"_s);
+        QCOMPARE(delegate().statusStr(), u"before"_s);
     }
-}
-
-void TestGameLaunch::aFinishedDownloadStillKeepsItOff()
-{
-    m_world->goOffline();
-    m_program = std::make_unique<Program>(*m_world);
-    m_program->delegate.update(u"Update"_s);
-    QTRY_COMPARE(m_program->alert.shown.size(), 1); // it failed
-    makeReady();
-    m_program->delegate.launchWow();
-    QCOMPARE(m_program->workspace.files, QStringList());
-}
-
-void TestGameLaunch::aClosedSettingsWindowKeepsNothingOff()
-{
-    makeReady();
-    m_program->delegate.openSettings();
-    m_program->delegate.settingsWindow()->close();
-    m_program->delegate.launchWow();
-    QCOMPARE(m_program->workspace.files.size(), 1);
 }
 
 void TestGameLaunch::eachFailureSetsTheOneStatus_data()
@@ -137,63 +120,50 @@ void TestGameLaunch::eachFailureSetsTheOneStatus()
     m_world->write(m_world->preferencesFile(), preferences);
     m_world->defaults().synchronize();
     m_program->workspace.opens = false;
-    m_program->delegate.setButtonText(u"Play"_s);
-    m_program->delegate.launchWow();
-    QCOMPARE(m_program->delegate.statusStr(), launchFailed);
+    delegate().setButtonText(u"Play"_s);
+    delegate().launchWow();
+    QCOMPARE(delegate().statusStr(), launchFailed);
     QCOMPARE(m_program->workspace.files, tried);
     QCOMPARE(m_program->terminations, 0);
-    QCOMPARE(m_program->delegate.buttonText(), u"Play"_s);
+    QCOMPARE(delegate().buttonText(), u"Play"_s);
     QVERIFY(m_program->alert.shown.isEmpty());
     QCOMPARE(m_world->read(m_world->preferencesFile()), preferences);
 }
 
-// The worker asks the main thread to arm the timer by an event to the delegate: it must not come before the last
-// answer.
-void TestGameLaunch::itIsArmedWhenTheNetworkWorkIsDoneWhateverThePreferencesSay()
+// Of two programs: one that just starts, and one that declines an upgrade first. The launch is not wanted before the
+// start is over: it is decided on when the seconds have passed.
+void TestGameLaunch::itComesByItselfFiveSecondsAfterTheNetworkWork()
 {
-    class ArmingWatch : public QObject
-    {
-    public:
-        bool eventFilter(QObject *, QEvent *event) override
-        {
-            armed += event->type() == QEvent::MetaCall;
-            return false;
-        }
-        int armed = 0;
-    };
-    ArmingWatch watch;
-    m_program->delegate.installEventFilter(&watch);
-    VendorAnswer held;
-    held.body = "1.2.6";
-    held.stallAfter = -1;
-    m_world->vendor().setAnswer("/api/wayfarVersion", held);
-
-    m_program->delegate.applicationDidFinishLaunching();
-    const bool asked = QTest::qWaitFor([this] { return m_world->vendor().requests("/api/wayfarVersion").size() == 1; });
-    QCoreApplication::processEvents();
-    const int armedEarly = watch.armed;
-    m_world->vendor().step();
-    QTRY_VERIFY(!m_program->delegate.isStarting());
-    QVERIFY(asked);
-    QCOMPARE(armedEarly, 0);
-    QCOMPARE(watch.armed, 1);
-}
-
-void TestGameLaunch::itComesByItselfAfterTheStart()
-{
-    m_world->vendor().addAccount(u"anna"_s, u"secret"_s, "<p>Anna</p>");
+    constexpr qint64 fiveSeconds = 5000 - 250; // Qt's timers may be early by a twentieth
     m_world->installPack("1.2.6");
-    m_world->defaults().setObject(Preferences::userName.key, u"anna"_s);
-    m_world->defaults().setObject(Preferences::password.key, u"secret"_s);
+    VendorAnswer slow = answerWith("1.2.6"); // takes a second, which does not count
+    slow.pieces = {1, 1, 1, 1};
+    slow.pauseMs = 250;
+    m_world->vendor().queueAnswer("/api/wayfarVersion", slow);
+    QElapsedTimer sinceTheNetworkWork;
+    connect(
+        &delegate(), &AppDelegate::buttonTextChanged, &delegate(), [&] { sinceTheNetworkWork.start(); },
+        Qt::DirectConnection);
+    qint64 launchedAfter = 0;
+    m_program->atTheEnd = [&] { launchedAfter = sinceTheNetworkWork.elapsed(); };
+    QVERIFY(m_program->start());
+
+    m_world->vendor().setInstallerVersion("1.3.0");
+    Program declining(*m_world);
+    declining.alert.answer = 0;
+    QVERIFY(declining.start());
+    QVERIFY(declining.delegate.window()->isVisible());
+
     m_world->defaults().setObject(Preferences::autoLaunch.key, true);
     m_world->defaults().setObject(Preferences::launchPath.key, u"/games/start.sh"_s);
-    QVERIFY(m_program->start());
-    QCOMPARE(m_program->terminations, 0); // the window is there first, and the player can still stop it
-    QVERIFY(m_program->delegate.window()->isVisible());
-    QCOMPARE(m_program->delegate.statusStr(), u"Logged in as anna..."_s);
+    QCOMPARE(m_program->terminations, 0); // the player can still stop it
+    const auto status = delegate().statusStr();
     QTRY_COMPARE_WITH_TIMEOUT(m_program->terminations, 1, 10000);
+    QVERIFY2(launchedAfter >= fiveSeconds, QByteArray::number(launchedAfter).constData());
+    QCOMPARE(delegate().statusStr(), status);
+    QTRY_COMPARE_WITH_TIMEOUT(declining.terminations, 1, 10000);
     QCOMPARE(m_program->workspace.files, QStringList{u"/games/start.sh"_s});
-    QCOMPARE(m_program->delegate.statusStr(), u"Logged in as anna..."_s);
+    QCOMPARE(declining.workspace.files, QStringList{u"/games/start.sh"_s});
 }
 
 QTEST_MAIN(TestGameLaunch)

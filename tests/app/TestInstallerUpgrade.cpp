@@ -1,33 +1,17 @@
 #include "support/Answers.h"
+#include "support/Modal.h"
 #include "support/Program.h"
 
-#include "controls/ImageView.h"
-#include "places/Preferences.h"
-#include "windows/InstallerDownloadWindow.h"
+#include "controls/AlertWindow.h"
 #include "upgrade/InstallerUpgrade.h"
+#include "windows/InstallerDownloadWindow.h"
 
-#include <QAbstractEventDispatcher>
-#include <QApplication>
+#include <QMessageBox>
 
 using namespace Qt::StringLiterals;
 
 namespace
 {
-// The single shots of five seconds, each a timer of a child of the dispatcher. One whose receiver is gone stays until
-// its time has come, and then does nothing.
-QSet<int> fiveSecondTimers()
-{
-    auto *dispatcher = QAbstractEventDispatcher::instance();
-    QSet<int> timers;
-    for (QObject *child : dispatcher->children()) {
-        for (const auto &timer : dispatcher->registeredTimers(child)) {
-            if (timer.interval == 5000)
-                timers.insert(timer.timerId);
-        }
-    }
-    return timers;
-}
-
 bool isMainThread()
 {
     return QThread::currentThread() == qApp->thread();
@@ -37,64 +21,61 @@ const QString outOfReach =
     u"Installer could not connect to www.wayfar.example or connection is blocked by a security software. Check "
     "internet connection to website and whitelist WayfarRoutes_1.2.6.app file with your security software and try "
     "again."_s;
+
+QString questionFor(const QByteArray &version)
+{
+    return u"An updated version "_s + QString::fromLatin1(version)
+        + u" of Wayfar Installer is available. Would you like to download?\n"
+          "NOTE: Upgrade to newest version is recommended\n[YES] [NO]"_s;
+}
 } // namespace
 
 // The start-up's first step, and what follows from each of its outcomes.
-class TestInstallerUpgrade : public QObject
+class TestInstallerUpgrade : public ProgramTest
 {
     Q_OBJECT
 
 private Q_SLOTS:
     void initTestCase() { QGuiApplication::setQuitOnLastWindowClosed(false); }
     void init();
-    void cleanup();
+    void cleanup() { end(); }
 
-    void theVersionIsAskedForBeforeAnythingElse();
-    void withoutANewerVersionNothingIsAsked_data();
-    void withoutANewerVersionNothingIsAsked();
+    void withoutANewerVersionTheWorkerGoesOnWithoutAWord();
     void aVendorOutOfReachIsToldOfByTheWorkerAndEndsTheProcess_data();
     void aVendorOutOfReachIsToldOfByTheWorkerAndEndsTheProcess();
-    void theBundlesNameInThatAlertDoesNotFollowTheVersion();
-    void theQuestionIsAskedOnTheMainThreadOverTheSplash();
+    void theQuestionIsAskedOverTheSplashAtEveryStart();
     void theQuestionAndVersionValueCarryTheVersionAsItCame_data();
     void theQuestionAndVersionValueCarryTheVersionAsItCame();
     void anyAnswerButYesGoesOnOnTheMainThread_data();
     void anyAnswerButYesGoesOnOnTheMainThread();
-    void theSplashStaysUntilAllIsFetchedAfterANo();
-    void aNoIsForgottenAtTheNextStart();
     void aYesDownloadsInsteadOfStartingUp();
+    void theRealAlertsAreAnsweredDuringTheStart_data();
+    void theRealAlertsAreAnsweredDuringTheStart();
 
 private:
-    AppDelegate &delegate() { return m_program->delegate; }
-    QWidget &window() { return dynamic_cast<QWidget &>(*delegate().upgrade()->progressWindow()); }
     bool wasAskedFor(const QByteArray &path) { return !m_world->vendor().requests(path).isEmpty(); }
-    qsizetype armedLaunches() const { return (fiveSecondTimers() - m_timersBefore).size(); }
-    bool hasStartedUp() { return wasAskedFor("/feed") || delegate().window()->isVisible() || armedLaunches() > 0; }
-
-    std::unique_ptr<TestWorld> m_world;
-    std::unique_ptr<Program> m_program;
-    QSet<int> m_timersBefore; // of earlier tests
+    bool hasStartedUp() { return wasAskedFor("/feed") || delegate().window()->isVisible(); }
+    // Notes which thread compares the pack's versions.
+    void watch(QThread *&fetcher)
+    {
+        connect(
+            &delegate(), &AppDelegate::currentVersionChanged, &delegate(),
+            [&fetcher] { fetcher = QThread::currentThread(); }, Qt::DirectConnection);
+    }
 };
 
 void TestInstallerUpgrade::init()
 {
-    m_timersBefore = fiveSecondTimers();
-    QCoreApplication::setApplicationVersion(u"1.2.6"_s);
     m_world = std::make_unique<TestWorld>();
     m_world->vendor().addAccount(u"rowan"_s, u"secret"_s, "<p>Rowan's page</p>");
-    m_world->defaults().setObject(Preferences::userName.key, u"rowan"_s);
-    m_world->defaults().setObject(Preferences::password.key, u"secret"_s);
+    storeAccount(u"rowan"_s, u"secret"_s);
     m_program = std::make_unique<Program>(*m_world);
 }
 
-void TestInstallerUpgrade::cleanup()
+void TestInstallerUpgrade::withoutANewerVersionTheWorkerGoesOnWithoutAWord()
 {
-    m_program.reset();
-    m_world.reset();
-}
-
-void TestInstallerUpgrade::theVersionIsAskedForBeforeAnythingElse()
-{
+    QThread *fetcher = nullptr;
+    watch(fetcher);
     QVERIFY(m_program->start());
     QList<QByteArray> paths;
     for (const VendorRequest &request : m_world->vendor().requests())
@@ -102,66 +83,26 @@ void TestInstallerUpgrade::theVersionIsAskedForBeforeAnythingElse()
     QCOMPARE(paths,
              (QList<QByteArray>{"/api/macVersion", "/feed", "/api/dlCheckUser", "/installer/banners/large.png",
                                 "/installer/banners/small.png", "/api/wayfarVersion"}));
-}
-
-void TestInstallerUpgrade::withoutANewerVersionNothingIsAsked_data()
-{
-    QTest::addColumn<QByteArray>("published");
-    QTest::addColumn<QString>("installed");
-    QTest::newRow("the same") << QByteArray("1.2.6") << u"1.2.6"_s;
-    QTest::newRow("the same but for a zero group") << QByteArray("1.3.0") << u"1.3"_s;
-    QTest::newRow("older") << QByteArray("1.2.5") << u"1.2.6"_s;
-    QTest::newRow("nine before ten") << QByteArray("1.2.9") << u"1.2.10"_s;
-}
-
-void TestInstallerUpgrade::withoutANewerVersionNothingIsAsked()
-{
-    QFETCH(const QByteArray, published);
-    QFETCH(const QString, installed);
-    QCoreApplication::setApplicationVersion(installed);
-    m_world->vendor().setInstallerVersion(published);
-    QThread *fetcher = nullptr;
-    connect(
-        &delegate(), &AppDelegate::currentVersionChanged, &delegate(), [&] { fetcher = QThread::currentThread(); },
-        Qt::DirectConnection);
-    QVERIFY(m_program->start());
     QVERIFY(m_program->alert.shown.isEmpty());
     QVERIFY(!m_program->exitStatus);
     QVERIFY(fetcher && fetcher != qApp->thread());
     QVERIFY(delegate().window()->isVisible());
     QVERIFY(!delegate().VersionValue());
-    QVERIFY(delegate().upgrade());
     QVERIFY(!delegate().upgrade()->progressWindow());
-    QCOMPARE(armedLaunches(), qsizetype(1));
 }
 
 void TestInstallerUpgrade::aVendorOutOfReachIsToldOfByTheWorkerAndEndsTheProcess_data()
 {
-    QTest::addColumn<bool>("offline");
-    QTest::addColumn<QByteArray>("body");
-    QTest::addColumn<std::optional<qint64>>("resetAfter");
-    using Count = std::optional<qint64>;
-    QTest::newRow("no connection") << true << QByteArray("9.9") << Count();
-    QTest::newRow("broken before the answer") << false << QByteArray("9.9") << Count(-1);
-    QTest::newRow("broken in the answer") << false << QByteArray("9.9") << Count(1);
-    QTest::newRow("no body") << false << QByteArray() << Count();
-    QTest::newRow("not 7-bit") << false << QByteArray("9.\xb2") << Count();
+    QTest::addColumn<VendorAnswer>("answer");
+    QTest::newRow("no answer") << brokenOff();
+    QTest::newRow("no version in it") << answerWith("");
 }
 
 void TestInstallerUpgrade::aVendorOutOfReachIsToldOfByTheWorkerAndEndsTheProcess()
 {
-    QFETCH(const bool, offline);
-    QFETCH(const QByteArray, body);
-    QFETCH(const std::optional<qint64>, resetAfter);
-    VendorAnswer answer;
-    answer.body = body;
-    answer.resetAfter = resetAfter;
+    QFETCH(const VendorAnswer, answer);
     m_world->vendor().setAnswer("/api/macVersion", answer);
-    if (offline) {
-        m_program.reset();
-        m_world->goOffline();
-        m_program = std::make_unique<Program>(*m_world);
-    }
+    QCoreApplication::setApplicationVersion(u"1.4"_s); // the bundle's name in the alert does not follow it
     bool byTheWorker = false;
     bool endedBefore = true;
     m_program->alert.whileShown = [&] {
@@ -171,12 +112,7 @@ void TestInstallerUpgrade::aVendorOutOfReachIsToldOfByTheWorkerAndEndsTheProcess
     QVERIFY(m_program->start());
     QVERIFY(byTheWorker);
     QVERIFY(!endedBefore);
-    QCOMPARE(m_program->alert.shown.size(), 1);
-    const AlertContent &content = m_program->alert.shown.constFirst();
-    QCOMPARE(content.messageText, outOfReach);
-    QCOMPARE(content.informativeText, QString());
-    QCOMPARE(content.defaultButton, u"OK"_s);
-    QCOMPARE(content.alternateButton, QString());
+    QCOMPARE(m_program->alert.told(), QStringList{outOfReach});
     QCOMPARE(m_program->exitStatus, std::optional(1));
     QCOMPARE(m_program->terminations, 0); // at once, not in order
     QVERIFY(delegate().splashWindow() && delegate().splashWindow()->isVisible());
@@ -184,15 +120,7 @@ void TestInstallerUpgrade::aVendorOutOfReachIsToldOfByTheWorkerAndEndsTheProcess
     QVERIFY(!delegate().statusStr());
 }
 
-void TestInstallerUpgrade::theBundlesNameInThatAlertDoesNotFollowTheVersion()
-{
-    QCoreApplication::setApplicationVersion(u"1.4"_s);
-    m_world->vendor().setInstallerVersion("");
-    QVERIFY(m_program->start());
-    QCOMPARE(m_program->alert.shown.value(0).messageText, outOfReach);
-}
-
-void TestInstallerUpgrade::theQuestionIsAskedOnTheMainThreadOverTheSplash()
+void TestInstallerUpgrade::theQuestionIsAskedOverTheSplashAtEveryStart()
 {
     m_world->vendor().setInstallerVersion("1.3.0");
     m_program->alert.answer = 0;
@@ -200,15 +128,20 @@ void TestInstallerUpgrade::theQuestionIsAskedOnTheMainThreadOverTheSplash()
     m_program->alert.whileShown = [&] {
         ready = isMainThread() && delegate().splashWindow()->isVisible() && !hasStartedUp() && delegate().isStarting();
     };
+    bool splashUntilAllIsFetched = false;
+    connect(
+        &delegate(), &AppDelegate::buttonTextChanged, &delegate(),
+        [&] { splashUntilAllIsFetched = delegate().splashWindow() && delegate().splashWindow()->isVisible(); },
+        Qt::DirectConnection);
     QVERIFY(m_program->start());
     QVERIFY(ready);
-    QCOMPARE(m_program->alert.shown.size(), 1);
-    const AlertContent &content = m_program->alert.shown.constFirst();
-    QCOMPARE(content.messageText,
-             u"An updated version 1.3.0 of Wayfar Installer is available. Would you like to download?"_s);
-    QCOMPARE(content.informativeText, u"NOTE: Upgrade to newest version is recommended"_s);
-    QCOMPARE(content.defaultButton, u"YES"_s);
-    QCOMPARE(content.alternateButton, u"NO"_s);
+    QVERIFY(splashUntilAllIsFetched);
+    QVERIFY(!delegate().splashWindow());
+
+    m_program = std::make_unique<Program>(*m_world); // which knows of no answer
+    m_program->alert.answer = 0;
+    QVERIFY(m_program->start());
+    QCOMPARE(m_program->alert.told(), QStringList{questionFor("1.3.0")});
 }
 
 void TestInstallerUpgrade::theQuestionAndVersionValueCarryTheVersionAsItCame_data()
@@ -226,9 +159,7 @@ void TestInstallerUpgrade::theQuestionAndVersionValueCarryTheVersionAsItCame()
     QFETCH(const QByteArray, published);
     m_world->vendor().setInstallerVersion(published);
     QVERIFY(m_program->start()); // with a yes
-    QCOMPARE(m_program->alert.shown.value(0).messageText,
-             u"An updated version "_s + QString::fromLatin1(published)
-                 + u" of Wayfar Installer is available. Would you like to download?"_s);
+    QCOMPARE(m_program->alert.told().value(0), questionFor(published));
     QCOMPARE(delegate().VersionValue(), QString::fromLatin1(published));
 }
 
@@ -247,10 +178,8 @@ void TestInstallerUpgrade::anyAnswerButYesGoesOnOnTheMainThread()
     m_world->installPack("1.2.6");
     m_program->alert.answer = answer;
     QThread *fetcher = nullptr;
+    watch(fetcher);
     bool shownWithStatus = false;
-    connect(
-        &delegate(), &AppDelegate::currentVersionChanged, &delegate(), [&] { fetcher = QThread::currentThread(); },
-        Qt::DirectConnection);
     connect(
         &delegate(), &AppDelegate::statusStrChanged, &delegate(),
         [&] { shownWithStatus = isMainThread() && delegate().window()->isVisible() && !delegate().splashWindow(); },
@@ -264,33 +193,8 @@ void TestInstallerUpgrade::anyAnswerButYesGoesOnOnTheMainThread()
     QCOMPARE(delegate().buttonText(), u"Play"_s);
     QVERIFY(!delegate().VersionValue());
     QVERIFY(!delegate().upgrade()->progressWindow());
-    QCOMPARE(armedLaunches(), qsizetype(1));
     QVERIFY(!m_program->exitStatus);
     QTRY_VERIFY(!QApplication::overrideCursor());
-}
-
-void TestInstallerUpgrade::theSplashStaysUntilAllIsFetchedAfterANo()
-{
-    m_world->vendor().setInstallerVersion("1.3.0");
-    m_program->alert.answer = 0;
-    bool splash = false;
-    connect(
-        &delegate(), &AppDelegate::buttonTextChanged, &delegate(),
-        [&] { splash = delegate().splashWindow() && delegate().splashWindow()->isVisible(); }, Qt::DirectConnection);
-    QVERIFY(m_program->start());
-    QVERIFY(splash);
-    QVERIFY(!delegate().splashWindow());
-}
-
-void TestInstallerUpgrade::aNoIsForgottenAtTheNextStart()
-{
-    m_world->vendor().setInstallerVersion("1.3.0");
-    for (int start = 0; start < 2; ++start) {
-        m_program = std::make_unique<Program>(*m_world);
-        m_program->alert.answer = 0;
-        QVERIFY(m_program->start());
-        QCOMPARE(m_program->alert.shown.size(), 1);
-    }
 }
 
 void TestInstallerUpgrade::aYesDownloadsInsteadOfStartingUp()
@@ -299,18 +203,50 @@ void TestInstallerUpgrade::aYesDownloadsInsteadOfStartingUp()
     m_world->vendor().setAnswer("/WayfarRoutes_1.3.0.zip", silence());
     m_world->write(m_world->supportFolder() + u"/account.html"_s, "<p>Of an earlier run</p>");
     QVERIFY(m_program->start());
-    QCOMPARE(delegate().VersionValue(), u"1.3.0"_s);
     QVERIFY(!delegate().splashWindow());
-    QVERIFY(window().isVisible());
-    QVERIFY(QTest::qWaitForWindowActive(&window()));
+    QVERIFY(QTest::qWaitForWindowActive(dynamic_cast<QWidget *>(delegate().upgrade()->progressWindow())));
     QTRY_VERIFY(wasAskedFor("/WayfarRoutes_1.3.0.zip"));
-    // Nothing but the check and the download; neither panes nor banners, no timer, no main window.
+    // Nothing but the check and the download; neither panes nor banners, no main window.
     QCOMPARE(m_world->vendor().requests().size(), 2);
     QVERIFY(delegate().htmlView()->url().isEmpty());
     QVERIFY(delegate().rssView()->url().isEmpty());
     QVERIFY(!hasStartedUp());
     QVERIFY(!delegate().statusStr());
     QVERIFY(!delegate().buttonText());
+}
+
+void TestInstallerUpgrade::theRealAlertsAreAnsweredDuringTheStart_data()
+{
+    QTest::addColumn<QByteArray>("published");
+    QTest::addColumn<QString>("button");
+    QTest::addColumn<std::optional<int>>("exitStatus");
+    QTest::addColumn<bool>("startsUp");
+    QTest::newRow("the failure") << QByteArray() << u"OK"_s << std::optional(1) << false;
+    QTest::newRow("the question, yes") << QByteArray("1.3.0") << u"YES"_s << std::optional<int>() << false;
+    QTest::newRow("the question, no") << QByteArray("1.3.0") << u"NO"_s << std::optional<int>() << true;
+}
+
+// The worker waits for the main thread's answer.
+void TestInstallerUpgrade::theRealAlertsAreAnsweredDuringTheStart()
+{
+    QFETCH(const QByteArray, published);
+    QFETCH(const QString, button);
+    m_world->vendor().setInstallerVersion(published);
+    m_world->vendor().setAnswer("/WayfarRoutes_1.3.0.zip", silence());
+    AlertWindow alert;
+    m_program = std::make_unique<Program>(*m_world, alert);
+    const WhenOpen<QMessageBox> player([&](QMessageBox &box) {
+        QVERIFY(delegate().isStarting());
+        QVERIFY(!m_program->exitStatus);
+        for (QAbstractButton *choice : box.buttons()) {
+            if (choice->text() == button)
+                QTest::mouseClick(choice, Qt::LeftButton);
+        }
+    });
+    QVERIFY(m_program->start());
+    QVERIFY(player.opened());
+    QTEST(m_program->exitStatus, "exitStatus");
+    QTEST(hasStartedUp(), "startsUp");
 }
 
 QTEST_MAIN(TestInstallerUpgrade)

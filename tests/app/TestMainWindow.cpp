@@ -7,7 +7,6 @@
 #include "controls/ImageView.h"
 #include "controls/Theme.h"
 #include "pack/WayfarUpdateInstaller.h"
-#include "resources/Pictures.h"
 #include "places/Preferences.h"
 
 #include <QAccessible>
@@ -39,26 +38,23 @@ QString nameOf(const QWidget *widget)
 }
 } // namespace
 
-class TestMainWindow : public QObject
+class TestMainWindow : public ProgramTest
 {
     Q_OBJECT
 
 private Q_SLOTS:
+    void initTestCase();
+    void cleanupTestCase() { end(); }
     void init();
-    void cleanup();
 
     void playOpensTheLauncherAndEnds_data();
     void playOpensTheLauncherAndEnds();
     void everyOtherTitleDownloads_data();
     void everyOtherTitleDownloads();
     void aPressStartsTheDownloadAfresh();
-    void theKeyboardPressesTheMainButton_data();
     void theKeyboardPressesTheMainButton();
-    void bothBannersOpenTheVendorsPage_data();
     void bothBannersOpenTheVendorsPage();
-    void theBannerButtonsAreTransparentWithAHand_data();
     void theBannerButtonsAreTransparentWithAHand();
-    void theBannersShowTheBuiltInPicturesAtFirst();
     void onlyTheMainWindowsEndEndsTheProgram();
     void closingTheMainWindowTwiceIsHarmless();
     void theMenuQuitsByClosingTheWindow();
@@ -73,55 +69,53 @@ private Q_SLOTS:
     void itFollowsAChangeToDarkAndBack();
 
 private:
-    AppDelegate &delegate() { return m_program->delegate; }
     QAbstractButton &mainButton() { return *m_program->control("mainButton"); }
-
-    std::unique_ptr<TestWorld> m_world;
-    std::unique_ptr<Program> m_program;
 };
+
+void TestMainWindow::initTestCase()
+{
+    begin();
+    QVERIFY(m_program->start());
+}
 
 void TestMainWindow::init()
 {
-    m_world = std::make_unique<TestWorld>();
-    m_program = std::make_unique<Program>(*m_world);
-    QVERIFY(m_program->start());
+    QTRY_VERIFY(delegate().updateNotStarted());
+    m_program->forgetDeeds();
+    m_program->workspace.opens = true;
+    m_world->write(m_world->preferencesFile(), "{}");
+    m_world->defaults().synchronize();
+    m_world->defaults().setObject(Preferences::installPath.key, m_world->gameFolder());
+    m_world->vendor().clearRequests();
+    delegate().window()->show();
+    delegate().window()->activateWindow();
     QVERIFY(QTest::qWaitForWindowActive(delegate().window()));
-}
-
-void TestMainWindow::cleanup()
-{
-    m_program.reset();
-    m_world.reset();
+    mainButton().setFocus();
+    delegate().setStatusStr(u"before"_s);
 }
 
 void TestMainWindow::playOpensTheLauncherAndEnds_data()
 {
-    QTest::addColumn<std::optional<QString>>("launchPath");
+    QTest::addColumn<QString>("launcher");
     QTest::addColumn<bool>("opens");
-    QTest::addColumn<QStringList>("opened");
-    QTest::addColumn<bool>("ends");
-    using Path = std::optional<QString>;
-    QTest::newRow("no launcher stored") << Path() << true << QStringList() << false;
-    QTest::newRow("an empty one") << Path(u""_s) << true << QStringList() << false;
-    QTest::newRow("one that can't be opened") << Path(u"/gone"_s) << false << QStringList(u"/gone"_s) << false;
-    QTest::newRow("one that opens") << Path(u"/games/launcher"_s) << true << QStringList(u"/games/launcher"_s) << true;
+    QTest::newRow("none is stored") << QString() << true;
+    QTest::newRow("one that can't be opened") << u"/gone"_s << false;
+    QTest::newRow("one that opens") << u"/games/launcher"_s << true;
 }
 
 void TestMainWindow::playOpensTheLauncherAndEnds()
 {
-    QFETCH(const std::optional<QString>, launchPath);
+    QFETCH(const QString, launcher);
     QFETCH(const bool, opens);
-    QFETCH(const QStringList, opened);
-    QFETCH(const bool, ends);
-    if (launchPath)
-        m_world->defaults().setObject(Preferences::launchPath.key, *launchPath);
+    if (!launcher.isEmpty())
+        m_world->defaults().setObject(Preferences::launchPath.key, launcher);
     m_program->workspace.opens = opens;
     delegate().setButtonText(u"Play"_s);
-    const auto statusBefore = delegate().statusStr();
-    QTest::mouseClick(&mainButton(), Qt::LeftButton);
-    QCOMPARE(m_program->workspace.files, opened);
+    m_program->click("mainButton");
+    const bool ends = opens && !launcher.isEmpty();
+    QCOMPARE(m_program->workspace.files, launcher.isEmpty() ? QStringList() : QStringList{launcher});
     QCOMPARE(m_program->terminations, ends ? 1 : 0);
-    QCOMPARE(delegate().statusStr(), ends ? statusBefore : launchFailed);
+    QCOMPARE(delegate().statusStr(), ends ? u"before"_s : launchFailed);
     QVERIFY(m_world->vendor().requests("/api/dlGuide").isEmpty());
     QVERIFY(delegate().window()->isVisible());
 }
@@ -140,7 +134,7 @@ void TestMainWindow::everyOtherTitleDownloads()
     QFETCH(const QString, title);
     m_world->defaults().setObject(Preferences::launchPath.key, u"/games/launcher"_s);
     delegate().setButtonText(title);
-    QTest::mouseClick(&mainButton(), Qt::LeftButton);
+    m_program->click("mainButton");
     QCOMPARE(delegate().statusStr(), u"Downloading..."_s);
     QTRY_COMPARE(delegate().updateNotStarted(), true);
     QCOMPARE(m_world->vendor().requests("/api/dlGuide").size(), 1);
@@ -149,7 +143,6 @@ void TestMainWindow::everyOtherTitleDownloads()
 
 void TestMainWindow::aPressStartsTheDownloadAfresh()
 {
-    QVERIFY(!delegate().updateInstaller());
     delegate().setUpdateProgressbar(100);
     std::optional<QString> statusWhenStarted;
     double progressWhenStarted = -1;
@@ -159,12 +152,11 @@ void TestMainWindow::aPressStartsTheDownloadAfresh()
             progressWhenStarted = delegate().updateProgressbar();
         }
     });
-    const auto statusBefore = delegate().statusStr();
     delegate().update(u"Update"_s);
     const WayfarUpdateInstaller *first = delegate().updateInstaller();
     QVERIFY(first);
     QCOMPARE(first->delegate(), &delegate());
-    QCOMPARE(statusWhenStarted, statusBefore);
+    QCOMPARE(statusWhenStarted, u"before"_s);
     QCOMPARE(progressWhenStarted, 0.0);
     QVERIFY(!delegate().updateNotStarted());
     QVERIFY(!mainButton().isEnabled());
@@ -173,76 +165,47 @@ void TestMainWindow::aPressStartsTheDownloadAfresh()
     QCOMPARE(delegate().updateInstaller(), first); // kept until the next press
 }
 
-void TestMainWindow::theKeyboardPressesTheMainButton_data()
-{
-    QTest::addColumn<Qt::Key>("key");
-    QTest::newRow("space") << Qt::Key_Space;
-    QTest::newRow("return") << Qt::Key_Return;
-    QTest::newRow("enter") << Qt::Key_Enter;
-}
-
 void TestMainWindow::theKeyboardPressesTheMainButton()
 {
-    QFETCH(const Qt::Key, key);
     delegate().setButtonText(u"Play"_s);
     QVERIFY(mainButton().hasFocus());
-    QTest::keyClick(delegate().window()->windowHandle(), key);
-    QCOMPARE(delegate().statusStr(), launchFailed);
-}
-
-void TestMainWindow::bothBannersOpenTheVendorsPage_data()
-{
-    QTest::addColumn<QByteArray>("button");
-    QTest::addColumn<bool>("opens"); // the result is nobody's
-    QTest::newRow("large") << QByteArray("button1") << true;
-    QTest::newRow("small") << QByteArray("button2") << true;
-    QTest::newRow("large, without a browser") << QByteArray("button1") << false;
-    QTest::newRow("small, without a browser") << QByteArray("button2") << false;
+    for (const Qt::Key key : {Qt::Key_Space, Qt::Key_Return, Qt::Key_Enter}) {
+        delegate().setStatusStr(u"before"_s);
+        QTest::keyClick(delegate().window()->windowHandle(), key);
+        QCOMPARE(delegate().statusStr(), launchFailed);
+    }
 }
 
 void TestMainWindow::bothBannersOpenTheVendorsPage()
 {
-    QFETCH(const QByteArray, button);
-    QFETCH(const bool, opens);
-    m_program->workspace.opens = opens;
-    QAbstractButton *banner = m_program->control(button.constData());
-    const auto statusBefore = delegate().statusStr();
-    QTest::mouseClick(banner, Qt::LeftButton);
-    banner->setFocus();
-    QTest::keyClick(delegate().window()->windowHandle(), Qt::Key_Space);
     const QUrl page(u"https://www.wayfar.example/installer/redirect.php"_s);
-    QCOMPARE(m_program->workspace.urls, (QList<QUrl>{page, page}));
-    QCOMPARE(delegate().statusStr(), statusBefore);
-}
-
-void TestMainWindow::theBannerButtonsAreTransparentWithAHand_data()
-{
-    QTest::addColumn<QByteArray>("button");
-    QTest::addColumn<QByteArray>("image");
-    QTest::newRow("large") << QByteArray("button1") << QByteArray("largeImage");
-    QTest::newRow("small") << QByteArray("button2") << QByteArray("smallImage");
+    for (const bool opens : {true, false}) { // whether it does is nobody's concern
+        m_program->workspace.opens = opens;
+        for (const char *name : {"button1", "button2"}) {
+            m_program->workspace.urls.clear();
+            m_program->click(name);
+            m_program->control(name)->setFocus();
+            QTest::keyClick(delegate().window()->windowHandle(), Qt::Key_Space);
+            QCOMPARE(m_program->workspace.urls, (QList<QUrl>{page, page}));
+        }
+    }
+    QCOMPARE(delegate().statusStr(), u"before"_s);
+    QVERIFY(m_program->alert.shown.isEmpty());
 }
 
 void TestMainWindow::theBannerButtonsAreTransparentWithAHand()
 {
-    QFETCH(const QByteArray, button);
-    QFETCH(const QByteArray, image);
-    auto *over = m_program->control<CursorButtons>(button.constData());
-    auto *picture = m_program->control<ImageView>(image.constData());
-    QCOMPARE(over->QWidget::cursor().shape(), Qt::PointingHandCursor);
-    QCOMPARE(QRect(over->mapTo(picture, QPoint()), over->size()), picture->rect());
-    const QImage with = picture->grab().toImage();
-    over->hide();
-    QCOMPARE(with, picture->grab().toImage());
-}
-
-void TestMainWindow::theBannersShowTheBuiltInPicturesAtFirst()
-{
-    const MainWindow window(delegate());
-    QVERIFY(!Pictures::imageNamed(u"large"_s).isNull());
-    QVERIFY(!Pictures::imageNamed(u"small"_s).isNull());
-    QCOMPARE(window.largeImage()->image(), Pictures::imageNamed(u"large"_s));
-    QCOMPARE(window.smallImage()->image(), Pictures::imageNamed(u"small"_s));
+    const std::pair<const char *, const char *> pairs[] = {{"button1", "largeImage"}, {"button2", "smallImage"}};
+    for (const auto &[button, image] : pairs) {
+        auto *over = m_program->control<CursorButtons>(button);
+        auto *picture = m_program->control<ImageView>(image);
+        QCOMPARE(over->QWidget::cursor().shape(), Qt::PointingHandCursor);
+        QCOMPARE(QRect(over->mapTo(picture, QPoint()), over->size()), picture->rect());
+        const QImage with = picture->grab().toImage();
+        over->hide();
+        QCOMPARE(with, picture->grab().toImage());
+        over->show();
+    }
 }
 
 void TestMainWindow::onlyTheMainWindowsEndEndsTheProgram()

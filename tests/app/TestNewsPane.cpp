@@ -1,7 +1,6 @@
+#include "support/Answers.h"
 #include "support/PageScript.h"
 #include "support/Program.h"
-
-#include <QTest>
 
 using namespace Qt::StringLiterals;
 
@@ -27,13 +26,13 @@ const QUrl secondLink(u"http://a.example/2"_s);
 } // namespace
 
 // The vendor's feed in the news pane of the running program.
-class TestNewsPane : public QObject
+class TestNewsPane : public ProgramTest
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init();
-    void cleanup();
+    void init() { begin(); }
+    void cleanup() { end(); }
 
     void thePaneShowsThePageOfTheFeed();
     void oneClickOpensAHeadlineOnce_data();
@@ -45,25 +44,10 @@ private Q_SLOTS:
     void aFeedThatCannotBeFetchedLeavesThePaneEmpty();
 
 private:
-    Pane &pane() { return *m_program->delegate.rssView(); }
+    Pane &pane() { return *delegate().rssView(); }
     bool showFeed(const QByteArray &feed, const QString &text);
     QPoint middleOfLink(int index);
-
-    std::unique_ptr<TestWorld> m_world;
-    std::unique_ptr<Program> m_program;
 };
-
-void TestNewsPane::init()
-{
-    m_world = std::make_unique<TestWorld>();
-    m_program = std::make_unique<Program>(*m_world);
-}
-
-void TestNewsPane::cleanup()
-{
-    m_program.reset();
-    m_world.reset();
-}
 
 // Until the page is painted, since a click before that hits nothing.
 bool TestNewsPane::showFeed(const QByteArray &feed, const QString &text)
@@ -152,13 +136,8 @@ void TestNewsPane::aScriptInATitleOpensNothingByItself()
 void TestNewsPane::aFeedThatCannotBeFetchedLeavesThePaneEmpty_data()
 {
     QTest::addColumn<VendorAnswer>("answer");
-    VendorAnswer reset;
-    reset.resetAfter = -1;
-    QTest::newRow("a transport error") << reset;
-    VendorAnswer page;
-    page.status = 503;
-    page.body = "<!DOCTYPE html><html><body><h1>Sorry</h1><br></body></html>";
-    QTest::newRow("an error page") << page;
+    QTest::newRow("a transport error") << brokenOff();
+    QTest::newRow("an error page") << answerWith("<!DOCTYPE html><html><body><h1>Sorry</h1><br></body></html>", 503);
 }
 
 void TestNewsPane::aFeedThatCannotBeFetchedLeavesThePaneEmpty()
@@ -172,7 +151,7 @@ void TestNewsPane::aFeedThatCannotBeFetchedLeavesThePaneEmpty()
     }));
     QCOMPARE(textOf(pane()), QString());
     QCOMPARE(answerOf(pane(), u"document.body.childElementCount"_s).toInt(), 0);
-    QVERIFY(m_program->delegate.window()->isVisible());
+    QVERIFY(delegate().window()->isVisible());
     QVERIFY(m_program->alert.shown.isEmpty());
 }
 

@@ -1,20 +1,20 @@
+#include "support/Answers.h"
 #include "support/PageScript.h"
 #include "support/Program.h"
 
 #include "controls/ElidedLabel.h"
 #include "places/Preferences.h"
 
-#include <QApplication>
-
 using namespace Qt::StringLiterals;
 
-class TestReLogin : public QObject
+class TestReLogin : public ProgramTest
 {
     Q_OBJECT
 
 private Q_SLOTS:
+    void initTestCase();
+    void cleanupTestCase() { end(); }
     void init();
-    void cleanup();
 
     void theOtherAccountsPageIsShown();
     void aFailedLoginReplacesThePage_data();
@@ -23,165 +23,117 @@ private Q_SLOTS:
     void withoutAUserNameNoRequestIsMade();
     void aPageThatCannotBeKeptLeavesThePaneEmpty();
     void theRefusalsWordsGoToTheLogAlone();
-    void nothingElseIsAskedFor();
     void theWindowIsPaintedWithTheWaitCursorFirst();
 
 private:
-    void forgetEverything();
-    void store(const QString &user, const QString &password);
-    AppDelegate &delegate() { return m_program->delegate; }
-    QString page() { return textOf(*delegate().htmlView()); }
+    bool waitForPage(const QString &text) { return waitForText(*delegate().htmlView(), text); }
     QString status() { return m_program->control<ElidedLabel>("statusLabel")->text(); }
     qsizetype logins() { return m_world->vendor().requests("/api/dlCheckUser").size(); }
-
-    std::unique_ptr<TestWorld> m_world;
-    std::unique_ptr<Program> m_program;
 };
 
-void TestReLogin::init()
+void TestReLogin::initTestCase()
 {
     m_world = std::make_unique<TestWorld>();
     m_world->vendor().addAccount(u"rowan"_s, u"secret"_s, "<p>Rowan's page</p>");
     m_world->vendor().addAccount(u"ann"_s, u"other"_s, "<p>Ann's page</p>");
-    store(u"rowan"_s, u"secret"_s);
     m_program = std::make_unique<Program>(*m_world);
     QVERIFY(m_program->start());
-    QVERIFY(waitForText(*delegate().htmlView(), u"Rowan's page"_s));
+}
+
+void TestReLogin::init()
+{
+    storeAccount(u"rowan"_s, u"secret"_s);
+    delegate().reLogin();
+    QVERIFY(waitForPage(u"Rowan's page"_s));
     m_world->vendor().clearRequests();
-}
-
-void TestReLogin::cleanup()
-{
-    m_program.reset();
-    m_world.reset();
-}
-
-void TestReLogin::forgetEverything()
-{
-    m_world->write(m_world->preferencesFile(), "{}");
-    m_world->defaults().synchronize();
-}
-
-void TestReLogin::store(const QString &user, const QString &password)
-{
-    m_world->defaults().setObject(Preferences::userName.key, user);
-    m_world->defaults().setObject(Preferences::password.key, password);
 }
 
 void TestReLogin::theOtherAccountsPageIsShown()
 {
-    store(u"ann"_s, u"other"_s);
+    storeAccount(u"ann"_s, u"other"_s);
     delegate().reLogin();
     QCOMPARE(status(), u"Logged in as ann..."_s);
+    QCOMPARE(m_world->vendor().requests().size(), 1); // nothing else is asked for
     QCOMPARE(m_world->vendor().requests("/api/dlCheckUser").value(0).body, "user=ann&pass=other");
-    QVERIFY(waitForText(*delegate().htmlView(), u"Ann's page"_s));
-    QVERIFY(!m_world->defaults().boolForKey(Preferences::loginFailed.key));
+    QVERIFY(waitForPage(u"Ann's page"_s));
+    QVERIFY(!Preferences::loginFailed.in(m_world->defaults()));
 }
 
 void TestReLogin::aFailedLoginReplacesThePage_data()
 {
-    QTest::addColumn<std::optional<qint64>>("resetAfter");
-    QTest::newRow("a wrong password") << std::optional<qint64>();
-    QTest::newRow("no answer") << std::optional<qint64>(-1);
-    QTest::newRow("half an answer") << std::optional<qint64>(3);
+    QTest::addColumn<std::optional<VendorAnswer>>("answer");
+    QTest::newRow("a wrong password") << std::optional<VendorAnswer>();
+    QTest::newRow("no answer") << std::optional(brokenOff());
 }
 
 void TestReLogin::aFailedLoginReplacesThePage()
 {
-    QFETCH(const std::optional<qint64>, resetAfter);
-    store(u"rowan"_s, u"guess"_s);
-    if (resetAfter) {
-        VendorAnswer broken;
-        broken.body = "<p>A page</p>";
-        broken.resetAfter = resetAfter;
-        m_world->vendor().queueAnswer("/api/dlCheckUser", broken);
-    }
+    QFETCH(const std::optional<VendorAnswer>, answer);
+    storeAccount(u"rowan"_s, u"guess"_s);
+    if (answer)
+        m_world->vendor().queueAnswer("/api/dlCheckUser", *answer);
     delegate().reLogin();
     QCOMPARE(status(), u"Incorrect Login..."_s);
     QCOMPARE(logins(), 1);
-    QVERIFY(m_world->defaults().boolForKey(Preferences::loginFailed.key));
-    QVERIFY(waitUntil([this] { return page().startsWith(u"The login did not work"); }));
+    QVERIFY(Preferences::loginFailed.in(m_world->defaults()));
+    QVERIFY(waitUntil([this] { return textOf(*delegate().htmlView()).startsWith(u"The login did not work"); }));
     QVERIFY(m_program->alert.shown.isEmpty());
 
-    store(u"rowan"_s, u"secret"_s);
+    storeAccount(u"rowan"_s, u"secret"_s);
     delegate().reLogin();
     QCOMPARE(status(), u"Logged in as rowan..."_s);
-    QVERIFY(waitForText(*delegate().htmlView(), u"Rowan's page"_s));
+    QVERIFY(waitForPage(u"Rowan's page"_s));
 }
 
 void TestReLogin::withoutAUserNameNoRequestIsMade_data()
 {
-    QTest::addColumn<bool>("absent");
-    QTest::addColumn<bool>("failedBefore");
+    QTest::addColumn<QByteArray>("preferences");
     QTest::addColumn<QString>("status");
-    QTest::newRow("absent") << true << false << u"Logged in as (null)..."_s;
-    QTest::newRow("absent, the last login failed") << true << true << u"Incorrect Login..."_s;
-    QTest::newRow("empty") << false << false << u"Logged in as ..."_s;
-    QTest::newRow("empty, the last login failed") << false << true << u"Incorrect Login..."_s;
+    QTest::newRow("absent") << QByteArray("{}") << u"Logged in as (null)..."_s;
+    QTest::newRow("absent, the last login well")
+        << QByteArray(R"({"loginFailed": false})") << u"Logged in as (null)..."_s;
+    QTest::newRow("absent, the last login failed") << QByteArray(R"({"loginFailed": true})") << u"Incorrect Login..."_s;
+    QTest::newRow("empty") << QByteArray(R"({"wayfaruser": "", "wayfarpasswd": "secret"})") << u"Logged in as ..."_s;
+    QTest::newRow("empty, the last login failed")
+        << QByteArray(R"({"wayfaruser": "", "loginFailed": true})") << u"Incorrect Login..."_s;
 }
 
 void TestReLogin::withoutAUserNameNoRequestIsMade()
 {
-    QFETCH(const bool, absent);
-    QFETCH(const bool, failedBefore);
-    QFETCH(const QString, status);
-    if (absent)
-        forgetEverything();
-    else
-        store(u""_s, u"secret"_s);
-    m_world->defaults().setObject(Preferences::loginFailed.key, failedBefore);
+    QFETCH(const QByteArray, preferences);
+    m_world->write(m_world->preferencesFile(), preferences);
+    m_world->defaults().synchronize();
     delegate().reLogin();
-    QCOMPARE(this->status(), status);
+    QTEST(status(), "status");
     QCOMPARE(logins(), 0);
-    QCOMPARE(m_world->defaults().boolForKey(Preferences::loginFailed.key), failedBefore);
-    QVERIFY(waitUntil([this] { return page().startsWith(u"Welcome, traveller"); }));
+    QCOMPARE(m_world->read(m_world->preferencesFile()), preferences);
+    QVERIFY(waitUntil([this] { return textOf(*delegate().htmlView()).startsWith(u"Welcome, traveller"); }));
 }
 
 void TestReLogin::aPageThatCannotBeKeptLeavesThePaneEmpty()
 {
-    VendorAnswer page;
-    page.body = "<p>caf\xc3\xa9</p>";
-    m_world->vendor().queueAnswer("/api/dlCheckUser", page);
+    m_world->vendor().queueAnswer("/api/dlCheckUser", answerWith("<p>caf\xc3\xa9</p>"));
+    storeAccount(u"%@"_s, u"odd"_s); // shown as it stands, too
     delegate().reLogin();
-    QCOMPARE(status(), u"Logged in as rowan..."_s);
-    QVERIFY(waitForText(*delegate().htmlView(), QString()));
+    QCOMPARE(status(), u"Logged in as %@..."_s);
+    QVERIFY(waitForPage(QString()));
 }
 
 void TestReLogin::theRefusalsWordsGoToTheLogAlone()
 {
-    store(u"rowan"_s, u"guess"_s);
+    storeAccount(u"rowan"_s, u"guess"_s);
     const QByteArray log = standardErrorOf([this] { delegate().reLogin(); });
     QVERIFY2(log.contains("Login Error: Error|The user name or the password is not correct."), log.constData());
     QVERIFY2(!log.contains("guess"), log.constData());
     QCOMPARE(status(), u"Incorrect Login..."_s);
 }
 
-void TestReLogin::nothingElseIsAskedFor()
-{
-    delegate().reLogin();
-    QCOMPARE(m_world->vendor().requests().size(), 1);
-    QCOMPARE(logins(), 1);
-}
-
 void TestReLogin::theWindowIsPaintedWithTheWaitCursorFirst()
 {
-    class Watch : public QObject
-    {
-    public:
-        explicit Watch(const VendorServer &server) : vendor(server) { qApp->installEventFilter(this); }
-        bool eventFilter(QObject *watched, QEvent *event) override
-        {
-            const QCursor *cursor = QApplication::overrideCursor();
-            if (event->type() == QEvent::Paint && watched->objectName() == u"statusLabel" && cursor
-                && cursor->shape() == Qt::WaitCursor)
-                requestsWhenPainted.append(vendor.requests("/api/dlCheckUser").size());
-            return QObject::eventFilter(watched, event);
-        }
-        const VendorServer &vendor;
-        QList<qsizetype> requestsWhenPainted;
-    } watch(m_world->vendor());
+    QList<qsizetype> loginsWhenPainted;
+    const WaitWatch watch([&] { loginsWhenPainted.append(logins()); });
     delegate().reLogin();
-    QCOMPARE(watch.requestsWhenPainted.value(0, -1), 0);
+    QCOMPARE(loginsWhenPainted.value(0, -1), 0);
     QCOMPARE(logins(), 1);
     QVERIFY(!QApplication::overrideCursor());
 }

@@ -1,105 +1,73 @@
 #include "controls/ElidedLabel.h"
 #include "places/Preferences.h"
-#include "windows/SettingsWindow.h"
 #include "support/Program.h"
 
 #include <QJsonDocument>
 #include <QLineEdit>
 #include <QPointer>
-#include <QPushButton>
 
 using namespace Qt::StringLiterals;
 
 // Opening, OK, Cancel and closing, with the real window and by keyboard.
-class TestSettings : public QObject
+class TestSettings : public ProgramTest
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init();
-    void cleanup();
+    void init() { begin(); }
+    void cleanup() { end(); }
 
     void itOpensBesideTheMainWindow();
     void aSecondOpeningBringsTheSameWindow();
-    void theSnapshotHoldsEveryVisibleKey();
-    void theSnapshotOutlivesTheWindow();
+    void theSnapshotHoldsEveryVisibleKeyAndBecomesTheUsersOwn();
     void cancelPutsTheSnapshotBack_data();
     void cancelPutsTheSnapshotBack();
     void cancelKeepsAKeyThatIsNew();
-    void cancelStoresSystemWideValuesAsTheUsersOwn();
     void cancelWithAnEmptySnapshotOnlyCloses();
     void cancelAfterASecondOpeningKeepsTheEditsBeforeIt();
     void theTitleBarKeepsEveryEditWithoutALogin();
     void afterClosingItIsLoadedAnew();
     void okLogsInWithWhatWasTypedAndThenCloses();
-    void okClosesAlsoAfterAFailedLogin();
-    void okWithoutAUserNameAsksNobody();
+    void okClosesWhateverComesOfTheLogin_data();
+    void okClosesWhateverComesOfTheLogin();
 
 private:
-    void open();
-    SettingsWindow *window() const { return m_program->delegate.settingsWindow(); }
-    QWidget *control(const QString &name) const { return window()->findChild<QWidget *>(name); }
-    void type(const QString &field, const QString &text) const
+    SettingsWindow *window() const { return delegate().settingsWindow(); }
+    void type(const char *field, const QString &text) const
     {
-        control(field)->setFocus();
-        QTest::keyClicks(control(field), text);
-    }
-    void press(const QString &button) const
-    {
-        control(button)->setFocus();
-        QTest::keyClick(control(button), Qt::Key_Space);
+        m_program->settingsControl(field)->setFocus();
+        QTest::keyClicks(m_program->settingsControl(field), text);
     }
     QJsonObject usersOwn() const { return QJsonDocument::fromJson(m_world->read(m_world->preferencesFile())).object(); }
-
-    std::unique_ptr<TestWorld> m_world;
-    std::unique_ptr<Program> m_program;
 };
-
-void TestSettings::init()
-{
-    m_world = std::make_unique<TestWorld>();
-    m_program = std::make_unique<Program>(*m_world);
-}
-
-void TestSettings::cleanup()
-{
-    delete window();
-    m_program.reset();
-}
-
-void TestSettings::open()
-{
-    m_program->delegate.openSettings();
-    QVERIFY(QTest::qWaitForWindowActive(window()));
-}
 
 void TestSettings::itOpensBesideTheMainWindow()
 {
     m_world->vendor();
     QVERIFY(m_program->start());
-    QTest::mouseClick(m_program->control("settingsButton"), Qt::LeftButton);
+    m_program->click("settingsButton");
     QVERIFY(QTest::qWaitForWindowActive(window()));
     QVERIFY(!window()->isModal());
-    QVERIFY(m_program->delegate.window()->isVisible());
+    QVERIFY(delegate().window()->isVisible());
     const QPoint offset = window()->frameGeometry().center() - window()->screen()->availableGeometry().center();
     QVERIFY2(offset.manhattanLength() <= 10, // the frame, unknown before it shows
              qPrintable(u"%1 %2"_s.arg(offset.x()).arg(offset.y())));
-    QTRY_COMPARE(QApplication::focusWidget(), control(u"userNameField"_s));
+    QTRY_COMPARE(QApplication::focusWidget(), m_program->settingsControl("userNameField"));
 }
 
 void TestSettings::aSecondOpeningBringsTheSameWindow()
 {
-    open();
+    QVERIFY(m_program->openSettings());
     const SettingsWindow *const first = window();
     window()->move(0, 0);
     window()->showMinimized();
-    open();
+    QVERIFY(m_program->openSettings());
     QCOMPARE(window(), first);
     QVERIFY(!window()->isMinimized());
     QVERIFY(window()->pos() != QPoint(0, 0));
 }
 
-void TestSettings::theSnapshotHoldsEveryVisibleKey()
+void TestSettings::theSnapshotHoldsEveryVisibleKeyAndBecomesTheUsersOwn()
 {
     m_world->write(m_world->path(u"etc/WayfarInstaller/preferences.json"_s),
                    R"({"wayfaruser": "site", "other": true})");
@@ -113,14 +81,10 @@ void TestSettings::theSnapshotHoldsEveryVisibleKey()
                           {u"other"_s, true},
                           {u"unknown"_s, u"kept"_s},
                           {u"wayfaruser"_s, u"site"_s}}));
-    delete delegate.settingsWindow();
-}
-
-void TestSettings::theSnapshotOutlivesTheWindow()
-{
-    open();
-    window()->close();
-    QCOMPARE(m_program->delegate.settingsOldValue(), (QJsonObject{{u"installPath"_s, m_world->gameFolder()}}));
+    QVERIFY(!usersOwn().contains(u"other"_s));
+    delegate.settingsWindow()->close();
+    delegate.cancelSettings();
+    QCOMPARE(usersOwn(), delegate.settingsOldValue()); // the system-wide values too
 }
 
 void TestSettings::cancelPutsTheSnapshotBack_data()
@@ -141,18 +105,18 @@ void TestSettings::cancelPutsTheSnapshotBack()
                                 {u"loginFailed"_s, false}};
     for (auto entry = before.begin(); entry != before.end(); ++entry)
         m_world->defaults().setObject(entry.key(), entry.value());
-    open();
-    type(u"userNameField"_s, u"x"_s);
-    type(u"passwordField"_s, u"y"_s);
-    press(u"autoLaunchBox"_s);
+    QVERIFY(m_program->openSettings());
+    type("userNameField", u"x"_s);
+    type("passwordField", u"y"_s);
+    m_program->pressInSettings("autoLaunchBox");
     QCOMPARE(usersOwn().value(u"wayfaruser"_s), QJsonValue(u"annax"_s));
     QCOMPARE(usersOwn().value(u"autoLaunch"_s), QJsonValue(true));
     m_world->defaults().setObject(Preferences::launchPath.key, u"/elsewhere"_s);
 
     if (byEscape)
-        QTest::keyClick(control(u"passwordField"_s), Qt::Key_Escape);
+        QTest::keyClick(m_program->settingsControl("passwordField"), Qt::Key_Escape);
     else
-        press(u"cancelButton"_s);
+        m_program->pressInSettings("cancelButton");
     QVERIFY(!window());
     QCOMPARE(usersOwn(), before);
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
@@ -161,34 +125,22 @@ void TestSettings::cancelPutsTheSnapshotBack()
 
 void TestSettings::cancelKeepsAKeyThatIsNew()
 {
-    open();
-    type(u"passwordField"_s, u"first"_s);
+    QVERIFY(m_program->openSettings());
+    type("passwordField", u"first"_s);
     m_world->defaults().setObject(Preferences::launchPath.key, u"/first"_s);
-    press(u"cancelButton"_s);
+    m_program->pressInSettings("cancelButton");
     QCOMPARE(usersOwn(),
              (QJsonObject{{u"installPath"_s, m_world->gameFolder()},
                           {u"launchPath"_s, u"/first"_s},
                           {u"wayfarpasswd"_s, u"first"_s}}));
 }
 
-void TestSettings::cancelStoresSystemWideValuesAsTheUsersOwn()
-{
-    m_world->write(m_world->path(u"etc/WayfarInstaller/preferences.json"_s), R"({"autoLaunch": true})");
-    UserDefaults defaults;
-    AppDelegate delegate(m_program->surroundings(*m_world, defaults));
-    delegate.openSettings();
-    QVERIFY(!usersOwn().contains(u"autoLaunch"_s));
-    delegate.cancelSettings();
-    QCOMPARE(usersOwn().value(u"autoLaunch"_s), QJsonValue(true));
-    QVERIFY(!delegate.settingsWindow());
-}
-
 void TestSettings::cancelWithAnEmptySnapshotOnlyCloses()
 {
     m_world->write(m_world->preferencesFile(), "{}");
     m_world->defaults().synchronize();
-    open();
-    press(u"cancelButton"_s);
+    QVERIFY(m_program->openSettings());
+    m_program->pressInSettings("cancelButton");
     QVERIFY(!window());
     QCOMPARE(m_world->read(m_world->preferencesFile()), QByteArray("{}"));
 }
@@ -196,12 +148,12 @@ void TestSettings::cancelWithAnEmptySnapshotOnlyCloses()
 void TestSettings::cancelAfterASecondOpeningKeepsTheEditsBeforeIt()
 {
     m_world->defaults().setObject(Preferences::userName.key, u"a"_s);
-    open();
-    type(u"userNameField"_s, u"b"_s);
-    open();
-    type(u"userNameField"_s, u"c"_s);
+    QVERIFY(m_program->openSettings());
+    type("userNameField", u"b"_s);
+    QVERIFY(m_program->openSettings());
+    type("userNameField", u"c"_s);
     QCOMPARE(usersOwn().value(u"wayfaruser"_s), QJsonValue(u"abc"_s));
-    press(u"cancelButton"_s);
+    m_program->pressInSettings("cancelButton");
     QCOMPARE(usersOwn().value(u"wayfaruser"_s), QJsonValue(u"ab"_s));
 }
 
@@ -209,27 +161,27 @@ void TestSettings::theTitleBarKeepsEveryEditWithoutALogin()
 {
     m_world->defaults().setObject(Preferences::userName.key, u"a"_s);
     m_world->vendor();
-    m_program->delegate.setStatusStr(u"before"_s);
-    open();
-    type(u"userNameField"_s, u"b"_s);
+    delegate().setStatusStr(u"before"_s);
+    QVERIFY(m_program->openSettings());
+    type("userNameField", u"b"_s);
     window()->windowHandle()->close(); // as the desktop does it
     QVERIFY(!window());
     QCOMPARE(usersOwn().value(u"wayfaruser"_s), QJsonValue(u"ab"_s));
     QVERIFY(m_world->vendor().requests().isEmpty());
-    QCOMPARE(m_program->delegate.statusStr(), u"before"_s);
+    QCOMPARE(delegate().statusStr(), u"before"_s);
     QCOMPARE(m_program->terminations, 0);
 }
 
 void TestSettings::afterClosingItIsLoadedAnew()
 {
-    open();
+    QVERIFY(m_program->openSettings());
     const QPointer<SettingsWindow> first = window();
     window()->close();
     QVERIFY(!window());
     m_world->defaults().setObject(Preferences::userName.key, u"later"_s);
-    open();
+    QVERIFY(m_program->openSettings());
     QVERIFY(window() != first);
-    QCOMPARE(window()->findChild<QLineEdit *>(u"userNameField"_s)->text(), u"later"_s);
+    QCOMPARE(m_program->settingsControl<QLineEdit>("userNameField")->text(), u"later"_s);
     QTRY_VERIFY(!first);
 }
 
@@ -238,46 +190,46 @@ void TestSettings::okLogsInWithWhatWasTypedAndThenCloses()
     m_world->vendor().addAccount(u"anna"_s, u"pass word"_s, "<p>Welcome, Anna</p>");
     QVERIFY(m_program->start());
     m_world->vendor().clearRequests();
-    open();
-    type(u"userNameField"_s, u"anna"_s);
-    type(u"passwordField"_s, u"pass word"_s);
+    QVERIFY(m_program->openSettings());
+    type("userNameField", u"anna"_s);
+    type("passwordField", u"pass word"_s);
     bool wasOpen = false;
     connect(&m_program->delegate, &AppDelegate::statusStrChanged, this, [&] { wasOpen = window(); });
-    QTest::keyClick(control(u"passwordField"_s), Qt::Key_Return);
+    QTest::keyClick(m_program->settingsControl("passwordField"), Qt::Key_Return);
 
     QVERIFY(!window());
     QVERIFY(wasOpen);
     QCOMPARE(m_world->vendor().requests().size(), 1);
     QCOMPARE(m_world->vendor().requests("/api/dlCheckUser").size(), 1);
     QCOMPARE(m_world->read(m_world->supportFolder() + u"/account.html"_s), QByteArray("<p>Welcome, Anna</p>"));
-    QCOMPARE(m_program->delegate.statusStr(), u"Logged in as anna..."_s);
+    QCOMPARE(delegate().statusStr(), u"Logged in as anna..."_s);
     QCOMPARE(usersOwn().value(u"wayfarpasswd"_s), QJsonValue(u"pass word"_s));
 }
 
-void TestSettings::okClosesAlsoAfterAFailedLogin()
+void TestSettings::okClosesWhateverComesOfTheLogin_data()
 {
-    m_world->vendor();
-    QVERIFY(m_program->start());
-    open();
-    type(u"userNameField"_s, u"nobody"_s);
-    press(u"okButton"_s);
-    QVERIFY(!window());
-    QCOMPARE(m_program->delegate.statusStr(), u"Incorrect Login..."_s);
-    QCOMPARE(usersOwn().value(u"loginFailed"_s), QJsonValue(true));
-    QVERIFY(m_program->alert.shown.isEmpty());
+    QTest::addColumn<QString>("user");
+    QTest::addColumn<int>("logins");
+    QTest::addColumn<QString>("status");
+    QTest::newRow("a failure") << u"nobody"_s << 1 << u"Incorrect Login..."_s;
+    QTest::newRow("none without a user name") << QString() << 0 << u"Logged in as (null)..."_s;
 }
 
-void TestSettings::okWithoutAUserNameAsksNobody()
+void TestSettings::okClosesWhateverComesOfTheLogin()
 {
+    QFETCH(const QString, user);
+    QFETCH(const int, logins);
     m_world->vendor();
     QVERIFY(m_program->start());
     m_world->vendor().clearRequests();
-    open();
-    press(u"okButton"_s);
+    QVERIFY(m_program->openSettings());
+    type("userNameField", user);
+    m_program->pressInSettings("okButton");
     QVERIFY(!window());
-    QVERIFY(m_world->vendor().requests().isEmpty());
-    QVERIFY(!usersOwn().contains(u"loginFailed"_s));
-    QCOMPARE(m_program->delegate.statusStr(), u"Logged in as (null)..."_s);
+    QCOMPARE(m_world->vendor().requests().size(), logins);
+    QTEST(delegate().statusStr().value_or(QString()), "status");
+    QCOMPARE(usersOwn().contains(u"loginFailed"_s), logins == 1);
+    QVERIFY(m_program->alert.shown.isEmpty());
 }
 
 QTEST_MAIN(TestSettings)

@@ -1,13 +1,10 @@
-#include "controls/WayfarNSButton.h"
-#include "windows/OpenPanel.h"
-#include "places/Preferences.h"
-#include "windows/SettingsWindow.h"
 #include "support/Modal.h"
 #include "support/Program.h"
 
 #include "controls/AlertWindow.h"
-#include <QDir>
-#include <QLineEdit>
+#include "places/Preferences.h"
+#include "windows/OpenPanel.h"
+
 #include <QMessageBox>
 #include <QPointer>
 
@@ -15,13 +12,13 @@ using namespace Qt::StringLiterals;
 
 // The settings window goes while something of it is still open: its own dialog, or an alert, which is the real one
 // here.
-class TestSettingsEnd : public QObject
+class TestSettingsEnd : public ProgramTest
 {
     Q_OBJECT
 
 private Q_SLOTS:
     void init();
-    void cleanup();
+    void cleanup() { end(); }
 
     void theEndOfTheProgramChangesNothing();
     void theEndOfTheProgramClosesAnOpenDialogToo_data();
@@ -30,17 +27,9 @@ private Q_SLOTS:
     void itMayCloseWhileItsDialogIsOpen();
 
 private:
-    QWidget *control(const QString &name) const { return m_delegate->settingsWindow()->findChild<QWidget *>(name); }
-    void press(const QString &button) const
-    {
-        control(button)->setFocus();
-        QTest::keyClick(control(button), Qt::Key_Space);
-    }
+    QByteArray stored() const { return m_world->read(m_world->preferencesFile()); }
 
-    std::unique_ptr<TestWorld> m_world;
-    StandIns m_standIns;
     AlertWindow m_alert;
-    std::unique_ptr<AppDelegate> m_delegate;
 };
 
 void TestSettingsEnd::init()
@@ -48,86 +37,79 @@ void TestSettingsEnd::init()
     m_world = std::make_unique<TestWorld>();
     m_world->goOffline();
     m_world->defaults().setObject(Preferences::userName.key, u"a"_s);
-    m_delegate = std::make_unique<AppDelegate>(m_standIns.surroundings(*m_world, m_world->defaults(), m_alert));
-    m_delegate->openSettings();
-    QVERIFY(QTest::qWaitForWindowActive(m_delegate->settingsWindow()));
-    QTest::keyClicks(control(u"userNameField"_s), u"b"_s);
-}
-
-void TestSettingsEnd::cleanup()
-{
-    delete m_delegate->settingsWindow();
-    m_delegate.reset();
+    m_program = std::make_unique<Program>(*m_world, m_alert);
+    QVERIFY(m_program->openSettings());
+    QTest::keyClicks(m_program->settingsControl("userNameField"), u"b"_s);
 }
 
 void TestSettingsEnd::theEndOfTheProgramChangesNothing()
 {
-    const QByteArray before = m_world->read(m_world->preferencesFile());
-    const QPointer<SettingsWindow> window = m_delegate->settingsWindow();
+    const QByteArray before = stored();
+    const QPointer<SettingsWindow> window = delegate().settingsWindow();
     QTimer::singleShot(0, this, [] { QCoreApplication::quit(); });
     QCOMPARE(QApplication::exec(), 0);
-    QVERIFY(!m_delegate->settingsWindow());
+    QVERIFY(!delegate().settingsWindow());
     QTRY_VERIFY(!window);
-    QCOMPARE(m_world->read(m_world->preferencesFile()), before);
+    QCOMPARE(stored(), before);
     QCOMPARE(m_world->defaults().stringForKey(Preferences::userName.key), u"ab"_s);
 }
 
 void TestSettingsEnd::theEndOfTheProgramClosesAnOpenDialogToo_data()
 {
-    QTest::addColumn<QString>("button");
-    QTest::newRow("the folder dialog") << u"installPathButton"_s;
-    QTest::newRow("the launcher dialog") << u"launchPathButton"_s;
-    QTest::newRow("the alert of a repair") << u"repairButton"_s;
-    QTest::newRow("the alert of a detection") << u"detectButton"_s;
+    QTest::addColumn<QByteArray>("button");
+    QTest::newRow("the folder dialog") << QByteArray("installPathButton");
+    QTest::newRow("the launcher dialog") << QByteArray("launchPathButton");
+    QTest::newRow("the alert of a repair") << QByteArray("repairButton");
+    QTest::newRow("the alert of a detection") << QByteArray("detectButton");
 }
 
 void TestSettingsEnd::theEndOfTheProgramClosesAnOpenDialogToo()
 {
-    QFETCH(const QString, button);
-    const QByteArray before = m_world->read(m_world->preferencesFile());
-    const QPointer<SettingsWindow> window = m_delegate->settingsWindow();
+    QFETCH(const QByteArray, button);
+    const QByteArray before = stored();
+    const QPointer<SettingsWindow> window = delegate().settingsWindow();
     bool opened = false;
     QTimer::singleShot(0, this, [&] {
         const WhenOpen<QDialog> dialog([&](QDialog &) {
             QCoreApplication::quit();
             QTRY_VERIFY(!window); // before the dialog's own call returns
         });
-        press(button);
+        m_program->pressInSettings(button.constData());
         opened = dialog.opened();
     });
     QCOMPARE(QApplication::exec(), 0);
     QVERIFY(opened);
-    QVERIFY(!m_delegate->settingsWindow());
+    QVERIFY(!delegate().settingsWindow());
     QTRY_VERIFY(!window);
-    QCOMPARE(m_world->read(m_world->preferencesFile()), before);
+    QCOMPARE(stored(), before);
 }
 
 void TestSettingsEnd::itMayCloseWhileTheAlertOfARepairIsOpen()
 {
-    const QPointer<SettingsWindow> window = m_delegate->settingsWindow();
-    m_delegate->setButtonText(u"before"_s);
+    const QPointer<SettingsWindow> window = delegate().settingsWindow();
+    delegate().setButtonText(u"before"_s);
     const WhenOpen<QMessageBox> alert([&](QMessageBox &) {
-        m_delegate->settingsWindow()->close();
+        delegate().settingsWindow()->close();
         QTRY_VERIFY(!window);
     });
-    press(u"repairButton"_s);
+    m_program->pressInSettings("repairButton");
     QVERIFY(alert.opened());
-    QCOMPARE(m_delegate->buttonText(), u"Update"_s); // the repair went on to its end
-    QVERIFY(!m_delegate->settingsWindow());
+    QCOMPARE(delegate().buttonText(), u"Update"_s); // the repair went on to its end
+    QVERIFY(!delegate().settingsWindow());
 }
 
 void TestSettingsEnd::itMayCloseWhileItsDialogIsOpen()
 {
-    const QByteArray before = m_world->read(m_world->preferencesFile());
-    const QPointer<SettingsWindow> window = m_delegate->settingsWindow();
+    const QByteArray before = stored();
+    const QPointer<SettingsWindow> window = delegate().settingsWindow();
     const WhenOpen<OpenPanel> dialog([&](OpenPanel &) {
-        m_delegate->settingsWindow()->close();
+        delegate().settingsWindow()->close();
         QTRY_VERIFY(!window);
     });
-    press(u"launchPathButton"_s);
+    m_program->pressInSettings("launchPathButton");
     QVERIFY(dialog.opened());
-    QVERIFY(!m_delegate->settingsWindow());
-    QCOMPARE(m_world->read(m_world->preferencesFile()), before);
+    QVERIFY(!delegate().settingsWindow());
+    QCOMPARE(stored(), before);
 }
 
 QTEST_MAIN(TestSettingsEnd)

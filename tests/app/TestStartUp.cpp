@@ -3,15 +3,11 @@
 #include "support/Program.h"
 
 #include "controls/ElidedLabel.h"
-#include "places/Preferences.h"
 
-#include <QApplication>
 #include <QProgressBar>
 #include <QScreen>
 #include <QSignalSpy>
 #include <QTimer>
-
-#include <atomic>
 
 using namespace Qt::StringLiterals;
 
@@ -40,26 +36,6 @@ private:
     const std::function<void()> m_action;
 };
 
-// Of the requests, those that this test knows.
-QList<QByteArray> knownPaths(const VendorServer &vendor)
-{
-    QList<QByteArray> paths;
-    for (const VendorRequest &request : vendor.requests()) {
-        if (request.path == "/api/dlCheckUser" || request.path == "/api/wayfarVersion")
-            paths.append(request.path);
-    }
-    return paths;
-}
-
-const QList<QByteArray> loginThenVersion = {"/api/dlCheckUser", "/api/wayfarVersion"};
-
-void storeAccount(TestWorld &world, const QString &password = u"secret"_s)
-{
-    world.vendor().addAccount(u"rowan"_s, u"secret"_s, "<p>Rowan's page</p>");
-    world.defaults().setObject(Preferences::userName.key, u"rowan"_s);
-    world.defaults().setObject(Preferences::password.key, password);
-}
-
 // Nearly: the desktop adds its frame when the window is shown.
 bool isCentred(const QWidget &window)
 {
@@ -68,7 +44,7 @@ bool isCentred(const QWidget &window)
 }
 } // namespace
 
-class TestStartUp : public QObject
+class TestStartUp : public ProgramTest
 {
     Q_OBJECT
 
@@ -77,32 +53,16 @@ private Q_SLOTS:
     void cleanup();
 
     void theSplashIsOnTheScreenBeforeTheWorkerStarts();
-    void theSplashIsAFramelessPictureInTheMiddle();
-    void theLoginComesBeforeThePublishedVersion();
     void theMainThreadStaysFreeWhileTheVendorIsSilent();
     void theMainWindowReplacesTheSplashWhenAllIsFetched();
-    void theStatusIsSetOnlyAfterTheMainWindowIsUp();
-    void theStatusTellsOfTheLogin_data();
-    void theStatusTellsOfTheLogin();
-    void aMissingAccountPageLeavesItsPaneEmpty();
     void aPageOfAnEarlierRunIsNeverShown_data();
     void aPageOfAnEarlierRunIsNeverShown();
     void withoutASupportFolderBothPanesStayEmpty();
     void aVendorThatBreaksOffLeavesAUsableWindow();
-    void closingTheSplashEarlyDoesNotEndTheProgram();
     void theWindowSwitchCanBeMadeOnTheMainThread();
-    void theWholeFetchCanRunOnTheMainThread();
 
 private:
-    void launch() { m_program->delegate.applicationDidFinishLaunching(); }
-    bool waitForTheEnd()
-    {
-        return QTest::qWaitFor([this] { return !m_program->delegate.isStarting(); }, 20000);
-    }
-    AppDelegate &delegate() { return m_program->delegate; }
-
-    std::unique_ptr<TestWorld> m_world;
-    std::unique_ptr<Program> m_program;
+    void launch() { delegate().applicationDidFinishLaunching(); }
 };
 
 void TestStartUp::init()
@@ -111,6 +71,7 @@ void TestStartUp::init()
     UrlLoaderSettings network = m_world->network();
     network.idleSeconds = 5; // a main thread that waits for a silent vendor then fails the test instead of hanging
     m_world->useVendor(network);
+    m_world->vendor().addAccount(u"rowan"_s, u"secret"_s, "<p>Rowan's page</p>");
     m_program = std::make_unique<Program>(*m_world);
 }
 
@@ -118,9 +79,8 @@ void TestStartUp::cleanup()
 {
     m_world->vendor().clearAnswers();
     m_world->vendor().step();
-    waitForTheEnd();
-    m_program.reset();
-    m_world.reset();
+    m_program->waitForStart();
+    end();
 }
 
 void TestStartUp::theSplashIsOnTheScreenBeforeTheWorkerStarts()
@@ -135,29 +95,17 @@ void TestStartUp::theSplashIsOnTheScreenBeforeTheWorkerStarts()
     QVERIFY(paintings > 0);
     QVERIFY(!workerStarted);
     QVERIFY(delegate().isStarting());
-    QVERIFY(delegate().splashWindow()->isVisible());
-    QVERIFY(!delegate().window()->isVisible());
-}
-
-void TestStartUp::theSplashIsAFramelessPictureInTheMiddle()
-{
-    launch();
     const SplashScreen &splash = *delegate().splashWindow();
+    QVERIFY(splash.isVisible());
     QVERIFY(splash.windowFlags().testFlag(Qt::FramelessWindowHint));
     QVERIFY(isCentred(splash));
     QVERIFY(!splash.size().isEmpty());
-}
-
-void TestStartUp::theLoginComesBeforeThePublishedVersion()
-{
-    storeAccount(*m_world);
-    QVERIFY(m_program->start());
-    QCOMPARE(knownPaths(m_world->vendor()), loginThenVersion);
+    QVERIFY(!delegate().window()->isVisible());
 }
 
 void TestStartUp::theMainThreadStaysFreeWhileTheVendorIsSilent()
 {
-    storeAccount(*m_world);
+    storeAccount(u"rowan"_s, u"secret"_s);
     m_world->vendor().queueAnswer("/api/dlCheckUser", silence());
     launch();
     QVERIFY(m_world->vendor().waitForRequests("/api/dlCheckUser", 1));
@@ -168,101 +116,39 @@ void TestStartUp::theMainThreadStaysFreeWhileTheVendorIsSilent()
     QVERIFY(delegate().splashWindow()->isVisible());
     QVERIFY(!delegate().window()->isVisible());
     QVERIFY(!QApplication::overrideCursor());
+    QVERIFY(delegate().splashWindow()->close()); // by hand: no end of the program
     m_world->vendor().step();
-    QVERIFY(waitForTheEnd());
+    QVERIFY(m_program->waitForStart());
     QVERIFY(delegate().window()->isVisible());
+    QCOMPARE(m_program->terminations, 0);
 }
 
 void TestStartUp::theMainWindowReplacesTheSplashWhenAllIsFetched()
 {
-    storeAccount(*m_world);
+    storeAccount(u"rowan"_s, u"secret"_s);
     m_world->installPack("1.2.6");
     bool splashGone = false;
-    QList<QByteArray> asked;
+    qsizetype asked = 0;
     std::optional<QString> buttonText;
+    std::optional<QString> status = u"not shown"_s;
     const WindowWatch watch("MainWindow", QEvent::Show, [&] {
         splashGone = !delegate().splashWindow();
-        asked = knownPaths(m_world->vendor());
+        asked = m_world->vendor().requests().size();
         buttonText = delegate().buttonText();
+        status = delegate().statusStr();
     });
     QVERIFY(m_program->start());
     QVERIFY(splashGone);
-    QCOMPARE(asked, loginThenVersion);
+    QCOMPARE(asked, 6); // all that is asked for
     QCOMPARE(buttonText, u"Play"_s);
+    QCOMPARE(status, std::nullopt); // it follows
+    QTRY_COMPARE(m_program->control<ElidedLabel>("statusLabel")->text(), u"Logged in as rowan..."_s);
     QVERIFY(isCentred(*delegate().window()));
     QVERIFY(delegate().window()->isActiveWindow());
     QVERIFY(waitForText(*delegate().htmlView(), u"Rowan's page"_s));
     QVERIFY(delegate().updateNotStarted());
     QCOMPARE(m_program->control("mainButton")->text(), u"Play"_s);
     QCOMPARE(m_program->control<QProgressBar>("progressIndicator")->value(), 100);
-}
-
-void TestStartUp::theStatusIsSetOnlyAfterTheMainWindowIsUp()
-{
-    std::atomic_bool shown = false;
-    std::atomic_int early = 0;
-    const WindowWatch watch("MainWindow", QEvent::Show, [&] { shown = true; });
-    connect(
-        &delegate(), &AppDelegate::statusStrChanged, &delegate(),
-        [&] {
-            if (!shown)
-                ++early;
-        },
-        Qt::DirectConnection);
-    QVERIFY(m_program->start());
-    QVERIFY(shown);
-    QCOMPARE(early.load(), 0);
-    QVERIFY(delegate().statusStr().has_value());
-}
-
-void TestStartUp::theStatusTellsOfTheLogin_data()
-{
-    QTest::addColumn<QString>("user");
-    QTest::addColumn<QString>("password");
-    QTest::addColumn<std::optional<bool>>("loginFailedBefore");
-    QTest::addColumn<QString>("status");
-    using Flag = std::optional<bool>;
-    QTest::newRow("the right account") << u"rowan"_s << u"secret"_s << Flag(true) << u"Logged in as rowan..."_s;
-    QTest::newRow("a wrong password") << u"rowan"_s << u"guess"_s << Flag(false) << u"Incorrect Login..."_s;
-    QTest::newRow("no user name, no login yet") << QString() << QString() << Flag() << u"Logged in as (null)..."_s;
-    QTest::newRow("no user name, the last login well")
-        << QString() << QString() << Flag(false) << u"Logged in as (null)..."_s;
-    QTest::newRow("no user name, the last login failed")
-        << QString() << QString() << Flag(true) << u"Incorrect Login..."_s;
-    QTest::newRow("a user name like a placeholder") << u"%@"_s << u"odd"_s << Flag() << u"Logged in as %@..."_s;
-}
-
-void TestStartUp::theStatusTellsOfTheLogin()
-{
-    QFETCH(const QString, user);
-    QFETCH(const QString, password);
-    QFETCH(const std::optional<bool>, loginFailedBefore);
-    QFETCH(const QString, status);
-    m_world->vendor().addAccount(u"rowan"_s, u"secret"_s, "page");
-    if (!user.isNull()) {
-        m_world->defaults().setObject(Preferences::userName.key, user);
-        m_world->defaults().setObject(Preferences::password.key, password);
-    }
-    if (user == u"%@") // the form's escapes are another test's
-        m_world->vendor().setAnswer("/api/dlCheckUser", answerWith("page"));
-    if (loginFailedBefore)
-        m_world->defaults().setObject(Preferences::loginFailed.key, *loginFailedBefore);
-    QVERIFY(m_program->start());
-    QCOMPARE(delegate().statusStr(), status);
-    QTRY_COMPARE(m_program->control<ElidedLabel>("statusLabel")->text(), status);
-}
-
-// The vendor's page is in no encoding that could be kept, so there is no file.
-void TestStartUp::aMissingAccountPageLeavesItsPaneEmpty()
-{
-    storeAccount(*m_world);
-    m_world->vendor().setAnswer("/api/dlCheckUser", answerWith("<p>caf\xc3\xa9</p>"));
-    launch();
-    const QSignalSpy loaded(delegate().htmlView(), &QWebEngineView::loadFinished);
-    QVERIFY(waitForTheEnd());
-    QVERIFY(waitUntil([&] { return !loaded.isEmpty(); }));
-    QVERIFY(!QFile::exists(m_world->supportFolder() + u"/account.html"_s));
-    QCOMPARE(textOf(*delegate().htmlView()), QString());
 }
 
 void TestStartUp::aPageOfAnEarlierRunIsNeverShown_data()
@@ -283,12 +169,12 @@ void TestStartUp::aPageOfAnEarlierRunIsNeverShown()
     QFETCH(const QString, shown);
     m_world->write(m_world->supportFolder() + u"/account.html"_s, "<p>Of an earlier run</p>");
     if (!password.isNull())
-        storeAccount(*m_world, password);
+        storeAccount(u"rowan"_s, password);
     if (!page.isEmpty())
         m_world->vendor().setAnswer("/api/dlCheckUser", answerWith(page));
     launch();
     const QSignalSpy loaded(delegate().htmlView(), &QWebEngineView::loadFinished);
-    QVERIFY(waitForTheEnd());
+    QVERIFY(m_program->waitForStart());
     QVERIFY(waitUntil([&] { return !loaded.isEmpty(); }));
     const QString text = textOf(*delegate().htmlView());
     QVERIFY2(shown.isEmpty() ? text.isEmpty() : text.contains(shown), qPrintable(text));
@@ -297,7 +183,7 @@ void TestStartUp::aPageOfAnEarlierRunIsNeverShown()
 
 void TestStartUp::withoutASupportFolderBothPanesStayEmpty()
 {
-    storeAccount(*m_world);
+    storeAccount(u"rowan"_s, u"secret"_s);
     m_world->write(m_world->path(u"data"_s), "a file where the folder should be");
     const QByteArray log = standardErrorOf([this] { QVERIFY(m_program->start()); });
     QVERIFY(log.contains("Unable to find or create application support directory:"));
@@ -311,7 +197,7 @@ void TestStartUp::withoutASupportFolderBothPanesStayEmpty()
 
 void TestStartUp::aVendorThatBreaksOffLeavesAUsableWindow()
 {
-    storeAccount(*m_world);
+    storeAccount(u"rowan"_s, u"secret"_s);
     m_world->installPack("1.2.6");
     m_world->vendor().setAnswer("/api/dlCheckUser", brokenOff());
     m_world->vendor().setAnswer("/api/wayfarVersion", brokenOff());
@@ -327,19 +213,6 @@ void TestStartUp::aVendorThatBreaksOffLeavesAUsableWindow()
     QVERIFY(m_program->alert.shown.isEmpty());
 }
 
-void TestStartUp::closingTheSplashEarlyDoesNotEndTheProgram()
-{
-    storeAccount(*m_world);
-    m_world->vendor().queueAnswer("/api/dlCheckUser", silence());
-    launch();
-    QVERIFY(delegate().splashWindow()->close());
-    QVERIFY(m_world->vendor().waitForRequests("/api/dlCheckUser", 1));
-    m_world->vendor().step();
-    QVERIFY(waitForTheEnd());
-    QVERIFY(delegate().window()->isVisible());
-    QCOMPARE(m_program->terminations, 0);
-}
-
 void TestStartUp::theWindowSwitchCanBeMadeOnTheMainThread()
 {
     QVERIFY(m_program->start());
@@ -351,18 +224,6 @@ void TestStartUp::theWindowSwitchCanBeMadeOnTheMainThread()
     delegate().closeSplashScreen();
     QVERIFY(waitForText(*delegate().rssView(), QString()));
     QVERIFY(delegate().window()->isVisible());
-}
-
-void TestStartUp::theWholeFetchCanRunOnTheMainThread()
-{
-    QVERIFY(m_program->start());
-    storeAccount(*m_world);
-    m_world->vendor().clearRequests();
-    delegate().window()->hide();
-    delegate().downloadInstallerFiles();
-    QCOMPARE(knownPaths(m_world->vendor()), loginThenVersion);
-    QVERIFY(delegate().window()->isVisible());
-    QCOMPARE(delegate().statusStr(), u"Logged in as rowan..."_s);
 }
 
 QTEST_MAIN(TestStartUp)

@@ -1,32 +1,35 @@
 #pragma once
 
-#include "support/Program.h"
+#include "support/StandIns.h"
+#include "support/TestWorld.h"
+
+#include "pack/PackInstallation.h"
+#include "places/GameFolder.h"
 
 #include <QDir>
 
-#include <sys/stat.h>
-#include <unistd.h>
-
-// An installation of a pack as the delegate makes it, without windows. The game folder has an add-on folder, unless it
-// is taken away.
+// The installation of a pack, from the archive in the support folder to its last entry in the add-on folder.
 struct Installation {
     Installation()
     {
         QDir().mkpath(world.supportFolder());
         QDir().mkpath(world.addOnFolder());
-        QObject::connect(&program.delegate, &AppDelegate::statusStrChanged, &program.delegate,
-                         [this] { statuses.append(program.delegate.statusStr().value_or(QStringLiteral("(null)"))); });
     }
 
-    void install(const std::optional<QByteArray> &archive)
+    // With the archive, or with whatever stands in its place.
+    void install(const std::optional<QByteArray> &archive = newPack())
     {
         if (archive)
             world.write(world.archive(), *archive);
-        program.delegate.setStatusStr(QStringLiteral("Installing..."));
-        program.delegate.installNewVersion();
+        for (const auto &[source, destination] : PackInstallation::unpack(GameFolder::current(world.defaults()))) {
+            ++entries;
+            PackEntry entry(source, destination, administrator);
+            if (!isInstalledBy(entry.makeRoom()))
+                isInstalledBy(entry.copy());
+        }
     }
     // As a player whom the closed folders refuse.
-    void installAsThePlayer(const QByteArray &archive)
+    void installAsThePlayer(const QByteArray &archive = newPack())
     {
         world.write(world.archive(), archive);
         giveToPlayer(world.supportFolder());
@@ -34,26 +37,35 @@ struct Installation {
         install(std::nullopt);
     }
 
-    // Nothing in it can be changed any more, except by the administrator.
-    void close(const QString &folder)
-    {
-        ::chmod(QFile::encodeName(folder).constData(), 0555);
-        program.administrator.closedFolders.append(folder);
-    }
-    static void giveToPlayer(const QString &folder)
-    {
-        if (::geteuid() == 0)
-            QProcess::execute(QStringLiteral("chown"), {QStringLiteral("-R"), QStringLiteral("65534"), folder});
-    }
-
-    QString extracted(const QString &name) const
+    QString extracted(const QString &name = {}) const
     {
         return world.supportFolder() + QStringLiteral("/installer/") + name;
     }
     QString addOn(const QString &name) const { return world.addOnFolder() + u'/' + name; }
     QByteArray installed(const QString &name) const { return world.read(addOn(name)); }
 
+    static constexpr auto newPackCommands =
+        "mkdir Trailbook; echo '## Version: 2' >Trailbook/Trailbook.toc; echo new >Trailbook/New.lua;";
+    static QByteArray newPack()
+    {
+        static const QByteArray archive = zipOf(newPackCommands);
+        return archive;
+    }
+
     TestWorld world;
-    Program program{world};
-    QStringList statuses; // each as it was set
+    Administrator administrator;
+    int entries = 0; // that were in the archive
+    QStringList failures; // the reasons, in order
+    std::function<void()> afterFailure;
+
+private:
+    bool isInstalledBy(const std::optional<PrivilegedOutcome> &outcome)
+    {
+        if (!outcome || outcome->done)
+            return outcome.has_value();
+        failures.append(outcome->reason);
+        if (afterFailure)
+            afterFailure();
+        return false;
+    }
 };

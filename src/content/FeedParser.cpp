@@ -8,14 +8,9 @@
 
 namespace
 {
-struct Parse {
-    RSSFeed &feed;
-    xmlParserCtxtPtr context = nullptr;
-};
-
-RSSFeed &feedOf(void *parse)
+RSSFeed &feedOf(void *feed)
 {
-    return static_cast<Parse *>(parse)->feed;
+    return *static_cast<RSSFeed *>(feed);
 }
 
 QString text(const xmlChar *bytes, qsizetype length)
@@ -23,31 +18,27 @@ QString text(const xmlChar *bytes, qsizetype length)
     return QString::fromUtf8(reinterpret_cast<const char *>(bytes), length);
 }
 
-void startElement(void *parse, const xmlChar *name, const xmlChar **)
+void startElement(void *feed, const xmlChar *name, const xmlChar **)
 {
-    feedOf(parse).parserDidStartElement(text(name, -1));
+    feedOf(feed).parserDidStartElement(text(name, -1));
 }
 
-void endElement(void *parse, const xmlChar *)
+void endElement(void *feed, const xmlChar *)
 {
-    feedOf(parse).parserDidEndElement();
+    feedOf(feed).parserDidEndElement();
 }
 
-void characters(void *parse, const xmlChar *bytes, int length)
+void characters(void *feed, const xmlChar *bytes, int length)
 {
-    feedOf(parse).parserFoundCharacters(text(bytes, length));
-}
-
-void entityDeclaration(void *parse, const xmlChar *, int, const xmlChar *, const xmlChar *, xmlChar *)
-{
-    xmlStopParser(static_cast<Parse *>(parse)->context);
+    feedOf(feed).parserFoundCharacters(text(bytes, length));
 }
 
 void ignoreBlock(void *, const xmlChar *, int) { }
 
 void ignoreMessage(void *, const char *, ...) { }
 
-// The first version of the interface: names come with their prefixes, declared or not.
+// The first version of the interface: names come with their prefixes, declared or not. Without a callback for entities
+// a declaration changes nothing and a use of one ends the document: a few of them could make gigabytes.
 xmlSAXHandler handler()
 {
     xmlSAXHandler sax = {};
@@ -56,7 +47,6 @@ xmlSAXHandler handler()
     sax.characters = characters;
     sax.ignorableWhitespace = characters;
     sax.cdataBlock = ignoreBlock; // without one, CDATA would come as characters
-    sax.entityDecl = entityDeclaration;
     sax.warning = ignoreMessage;
     sax.error = ignoreMessage;
     sax.fatalError = ignoreMessage;
@@ -76,12 +66,10 @@ void FeedParser::parse(const QByteArray &document, RSSFeed &feed)
         return;
     xmlInitParser();
     xmlSAXHandler sax = handler();
-    Parse parse{feed};
     const std::unique_ptr<xmlParserCtxt, void (*)(xmlParserCtxtPtr)> context(
-        xmlCreatePushParserCtxt(&sax, &parse, nullptr, 0, nullptr), destroy);
+        xmlCreatePushParserCtxt(&sax, &feed, nullptr, 0, nullptr), destroy);
     if (!context)
         return;
-    parse.context = context.get();
     xmlCtxtUseOptions(context.get(), XML_PARSE_NONET); // alone: no entity is replaced, no DTD loaded, no limit lifted
     // In one go: a second chunk would cut a text in two. After an error nothing more is fed, or it would go on
     // reporting.

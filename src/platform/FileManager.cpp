@@ -1,181 +1,41 @@
 #include "platform/FileManager.h"
 
+#include "platform/FileCopy.h"
+#include "platform/PosixFile.h"
+
 #include <QFile>
 #include <QSaveFile>
 
-#include <cerrno>
-#include <cstring>
-#include <memory>
-
-#include <dirent.h>
 #include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
-namespace fs = std::filesystem;
+using namespace PosixFile;
 
 namespace
 {
-FileError::Code codeOf(int number)
-{
-    switch (number) {
-    case 0:
-        return FileError::None;
-    case ENOENT:
-        return FileError::NoSuchFile;
-    case EACCES:
-    case EPERM:
-        return FileError::NoWritePermission;
-    case ENAMETOOLONG:
-        return FileError::InvalidFileName;
-    case EEXIST:
-        return FileError::FileExists;
-    case ENOSPC:
-    case EDQUOT:
-        return FileError::OutOfSpace;
-    case EROFS:
-        return FileError::VolumeReadOnly;
-    default: // ENOTEMPTY among them: a race with the running game must not raise a password prompt
-        return FileError::Unknown;
-    }
-}
-
-FileError errorOf(int number, const FilePath &path)
-{
-    if (number == 0)
-        return {};
-    return {codeOf(number), toText(path) + QStringLiteral(": ") + QString::fromLocal8Bit(std::strerror(number))};
-}
-
-FileError lastError(const FilePath &path)
-{
-    return errorOf(errno, path);
-}
+// What is being copied stands under this name, beside its place, until it is whole. It is no name of an add-on, and too
+// short to be refused where the real name is not.
+const FilePath partial = ".wayfar-copy";
 
 FileError noPath()
 {
     return errorOf(ENOENT, {});
 }
 
-std::optional<struct stat> statusOf(const FilePath &path)
+FileError removeOwn(const FilePath &copy)
 {
-    struct stat status = {};
-    return ::lstat(path.c_str(), &status) == 0 ? std::optional(status) : std::nullopt;
+    if (!FileManager::itemExists(copy))
+        return {};
+    FileManager::makeTreeWritable(copy); // read-only folders in it could not be removed
+    return FileManager::removeItem(copy);
 }
 
-// To open a FIFO is to wait for its other end: hence O_NONBLOCK wherever one may stand.
-struct Descriptor {
-    explicit Descriptor(int opened) : number(opened) { }
-    ~Descriptor()
-    {
-        if (number >= 0)
-            ::close(number);
-    }
-    Q_DISABLE_COPY_MOVE(Descriptor)
-
-    const int number;
-};
-
-void copyTimes(const struct stat &status, const FilePath &path)
+// A file system that does not tell is asked.
+bool isFolder(const FilePath &path, unsigned char type)
 {
-    const timespec times[] = {status.st_atim, status.st_mtim};
-    ::utimensat(AT_FDCWD, path.c_str(), times,
-                AT_SYMLINK_NOFOLLOW); // some file systems refuse; the copy is good without
-}
-
-// False, with the reason in errno, when not all of it could be written.
-bool writeAll(int descriptor, QByteArrayView bytes)
-{
-    while (!bytes.isEmpty()) {
-        const ssize_t written = ::write(descriptor, bytes.data(), static_cast<size_t>(bytes.size()));
-        if (written < 0 && errno == EINTR)
-            continue;
-        if (written < 0)
-            return false;
-        bytes = bytes.sliced(written);
-    }
-    return true;
-}
-
-// Not by std::filesystem, which does not report a full disk, and fails on a file system without modes.
-FileError copyFile(const FilePath &source, const FilePath &destination, const struct stat &status)
-{
-    const Descriptor from(::open(source.c_str(), O_RDONLY | O_CLOEXEC));
-    if (from.number < 0)
-        return lastError(source);
-    const Descriptor to(::open(destination.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
-    if (to.number < 0)
-        return lastError(destination);
-    QByteArray buffer(1 << 17, Qt::Uninitialized);
-    while (const ssize_t size = ::read(from.number, buffer.data(), static_cast<size_t>(buffer.size()))) {
-        if (size < 0)
-            return lastError(source);
-        if (!writeAll(to.number, QByteArrayView(buffer).first(size)))
-            return lastError(destination);
-    }
-    ::fchmod(to.number, status.st_mode & 07777);
-    copyTimes(status, destination);
-    return {};
-}
-
-FileError copyLink(const FilePath &source, const FilePath &destination, const struct stat &status)
-{
-    std::error_code failure;
-    fs::copy_symlink(source, destination, failure);
-    if (!failure)
-        copyTimes(status, destination);
-    return errorOf(failure.value(), destination);
-}
-
-FileError copyEntry(const FilePath &source, const FilePath &destination);
-
-using Folder = std::unique_ptr<DIR, int (*)(DIR *)>;
-
-Folder openFolder(const FilePath &path)
-{
-    return Folder(::opendir(path.c_str()), ::closedir);
-}
-
-QList<FilePath> namesIn(const Folder &folder)
-{
-    QList<FilePath> names;
-    while (const dirent *entry = ::readdir(folder.get())) {
-        const FilePath name(entry->d_name);
-        if (name != "." && name != "..")
-            names.append(name);
-    }
-    return names;
-}
-
-// The copy gets the folder's mode last: a 0555 folder made so at once could not be filled.
-FileError copyFolder(const FilePath &source, const FilePath &destination, const struct stat &status)
-{
-    const Folder folder = openFolder(source);
-    if (!folder)
-        return lastError(source);
-    if (::mkdir(destination.c_str(), 0777) != 0)
-        return lastError(destination);
-    for (const FilePath &name : namesIn(folder)) {
-        if (const FileError error = copyEntry(source / name, destination / name))
-            return error;
-    }
-    ::chmod(destination.c_str(), status.st_mode & 07777);
-    copyTimes(status, destination);
-    return {};
-}
-
-FileError copyEntry(const FilePath &source, const FilePath &destination)
-{
-    const auto status = statusOf(source);
-    if (!status)
-        return lastError(source);
-    if (S_ISDIR(status->st_mode))
-        return copyFolder(source, destination, *status);
-    if (S_ISLNK(status->st_mode))
-        return copyLink(source, destination, *status);
-    if (S_ISREG(status->st_mode))
-        return copyFile(source, destination, *status);
-    return errorOf(EINVAL, source);
+    if (type != DT_UNKNOWN)
+        return type == DT_DIR;
+    const auto status = statusOf(path);
+    return status && S_ISDIR(status->st_mode);
 }
 
 void grantOwner(const FilePath &path, mode_t folderRights, mode_t fileRights)
@@ -249,7 +109,7 @@ FileError FileManager::removeItem(const OptionalPath &path)
     if (!itemExists(path)) // remove_all reports no error for a missing path
         return lastError(*path);
     std::error_code failure;
-    fs::remove_all(*path, failure);
+    std::filesystem::remove_all(*path, failure);
     return errorOf(failure.value(), *path);
 }
 
@@ -259,7 +119,16 @@ FileError FileManager::copyItem(const OptionalPath &source, const OptionalPath &
         return noPath();
     if (itemExists(destination))
         return errorOf(EEXIST, *destination);
-    return copyEntry(*source, *destination);
+    const FilePath place = destination->has_filename() ? *destination : destination->parent_path();
+    const FilePath copy = place.parent_path() / partial;
+    if (const FileError error = removeOwn(copy)) // left by a copy that was killed
+        return error;
+    FileError error = FileCopy::copyEntry(*source, copy);
+    if (!error && ::rename(copy.c_str(), place.c_str()) != 0)
+        error = lastError(place);
+    if (error)
+        (void)removeOwn(copy);
+    return error;
 }
 
 FileError FileManager::moveItem(const OptionalPath &source, const OptionalPath &destination)
@@ -272,19 +141,33 @@ FileError FileManager::moveItem(const OptionalPath &source, const OptionalPath &
         return {};
     if (errno != EXDEV)
         return lastError(*destination);
-    if (const FileError error = copyItem(source, destination)) {
-        makeTreeWritable(destination);
-        (void)removeItem(destination); // half a copy; the reason to return is the copy's
+    if (const FileError error = copyItem(source, destination))
         return error;
-    }
     (void)removeItem(source); // the copy is complete: a source that stays is no failure
     return {};
 }
 
 QList<FilePath> FileManager::contentsOfDirectory(const OptionalPath &path)
 {
-    const Folder folder = path ? openFolder(*path) : Folder(nullptr, ::closedir);
-    return folder ? namesIn(folder) : QList<FilePath>();
+    QList<FilePath> names;
+    if (const Folder folder = path ? openFolder(*path) : Folder(nullptr, ::closedir)) {
+        for (const Entry &entry : entriesIn(folder).entries)
+            names.append(entry.name);
+    }
+    return names;
+}
+
+void FileManager::visitBelow(const OptionalPath &path, const std::function<void(const FilePath &)> &visit)
+{
+    std::vector<Entry> entries;
+    if (const Folder folder = path ? openFolder(*path) : Folder(nullptr, ::closedir))
+        entries = entriesIn(folder).entries; // and closes the folder: a deep tree would need too many of them
+    for (const Entry &entry : entries) {
+        const FilePath below = *path / entry.name;
+        visit(below);
+        if (isFolder(below, entry.type))
+            visitBelow(below, visit);
+    }
 }
 
 void FileManager::makeTreeWritable(const OptionalPath &path)
@@ -325,8 +208,8 @@ bool FileManager::appendToExistingFile(const OptionalPath &path, QByteArrayView 
 {
     if (!path)
         return false;
-    const Descriptor opened(::open(path->c_str(), O_WRONLY | O_APPEND | O_CLOEXEC | O_NONBLOCK));
-    return opened.number >= 0 && writeAll(opened.number, bytes);
+    Descriptor opened(::open(path->c_str(), O_WRONLY | O_APPEND | O_CLOEXEC | O_NONBLOCK));
+    return opened.number >= 0 && writeAll(opened.number, bytes) && opened.close();
 }
 
 FileError FileManager::writeAtomically(const OptionalPath &path, QByteArrayView bytes)

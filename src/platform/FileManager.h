@@ -5,6 +5,7 @@
 #include <QString>
 
 #include <filesystem>
+#include <functional>
 #include <optional>
 
 using FilePath = std::filesystem::path; // bytes, as the file system keeps them: a name need not be UTF-8
@@ -44,12 +45,16 @@ bool isDirectory(const OptionalPath &path); // follows links
 [[nodiscard]] FileError createDirectory(const OptionalPath &path, bool withIntermediateDirectories);
 // With everything in it; stops at the first refusal, and what went before stays gone.
 [[nodiscard]] FileError removeItem(const OptionalPath &path);
-// The destination must not exist. A copy that fails leaves what it had made.
+// The destination must not exist. It comes into being whole: a copy that fails leaves nothing, and one that is killed
+// leaves a folder or file of a name of its own beside it, which the next copy to that place removes.
 [[nodiscard]] FileError copyItem(const OptionalPath &source, const OptionalPath &destination);
 // Also from one disk to another. The destination must not exist; a failed move leaves the source whole.
 [[nodiscard]] FileError moveItem(const OptionalPath &source, const OptionalPath &destination);
 // Names alone, in the file system's order, hidden ones included; nothing for a folder that can't be listed.
 QList<FilePath> contentsOfDirectory(const OptionalPath &path);
+// Everything below the folder, each folder before its content, in the file system's order. A folder that can't be
+// listed, or vanishes meanwhile, is passed over. Links are not followed.
+void visitBelow(const OptionalPath &path, const std::function<void(const FilePath &)> &visit);
 // Gives the owner every right on the folders of a tree, so that it can be removed again.
 void makeTreeWritable(const OptionalPath &path);
 // Lets the owner read all of a tree: an unreadable file fails a copy with the code that asks for an administrator.

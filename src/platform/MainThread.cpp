@@ -28,5 +28,5 @@ void MainThread::performAndWait(const std::function<void()> &work)
 void MainThread::performAfter(std::chrono::milliseconds delay, QObject *context, const std::function<void()> &work)
 {
     // A timer belongs to the thread that starts it, and the caller's may be gone before it fires.
-    QMetaObject::invokeMethod(context, [=] { QTimer::singleShot(delay, context, work); });
+    QMetaObject::invokeMethod(context, [=] { QTimer::singleShot(delay, Qt::PreciseTimer, context, work); });
 }

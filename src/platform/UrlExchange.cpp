@@ -5,10 +5,12 @@
 #include <fcntl.h>
 
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
 
 namespace
 {
 constexpr int MostRedirects = 16;
+constexpr long MostIdleSeconds = 5; // of a kept connection: the server may have closed it since
 
 // A program that we start must not inherit the connection.
 int keepFromChildren(void *, curl_socket_t socket, curlsocktype)
@@ -25,8 +27,9 @@ long statusOf(CURL *handle)
 }
 } // namespace
 
-UrlExchange::UrlExchange(CURL *handle, const UrlLoaderSettings &settings, const UrlRequest &request, Receiver receiver)
-    : m_handle(handle), m_settings(settings), m_request(request), m_receiver(std::move(receiver))
+UrlExchange::UrlExchange(CURL *handle, const UrlLoaderSettings &settings, const UrlRequest &request, Drive drive,
+                         Receiver receiver)
+    : m_handle(handle), m_settings(settings), m_request(request), m_drive(drive), m_receiver(std::move(receiver))
 {
     prepareHop();
 }
@@ -42,6 +45,7 @@ void UrlExchange::prepareHop()
 {
     curl_easy_reset(m_handle);
     m_headersComplete = false;
+    m_sendings = 0;
     setPolicy();
     setProxy();
     setRequest();
@@ -56,9 +60,13 @@ void UrlExchange::setPolicy()
         curl_easy_setopt(m_handle, CURLOPT_CAINFO, m_settings.caFile.toLocal8Bit().constData());
     curl_easy_setopt(m_handle, CURLOPT_HTTPAUTH, CURLAUTH_NONE); // an address with a user name in it logs in nowhere
     curl_easy_setopt(m_handle, CURLOPT_NOSIGNAL, 1L);
-    curl_easy_setopt(m_handle, CURLOPT_CONNECTTIMEOUT, long(m_settings.idleSeconds));
-    curl_easy_setopt(m_handle, CURLOPT_LOW_SPEED_LIMIT, 1L);
-    curl_easy_setopt(m_handle, CURLOPT_LOW_SPEED_TIME, long(m_settings.idleSeconds));
+    // libcurl's own limit on silence acts up to seven seconds late, and begins only after the connection.
+    curl_easy_setopt(m_handle, CURLOPT_NOPROGRESS, m_drive == Drive::Performed ? 0L : 1L);
+    curl_easy_setopt(m_handle, CURLOPT_XFERINFOFUNCTION, &UrlExchange::whileWaiting);
+    curl_easy_setopt(m_handle, CURLOPT_XFERINFODATA, this);
+    curl_easy_setopt(m_handle, CURLOPT_PREREQFUNCTION, &UrlExchange::beforeSending);
+    curl_easy_setopt(m_handle, CURLOPT_PREREQDATA, this);
+    curl_easy_setopt(m_handle, CURLOPT_MAXAGE_CONN, MostIdleSeconds);
     curl_easy_setopt(m_handle, CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L);
     curl_easy_setopt(m_handle, CURLOPT_QUICK_EXIT, 1L); // the program's end does not wait for a name server
     curl_easy_setopt(m_handle, CURLOPT_SOCKOPTFUNCTION, keepFromChildren);
@@ -104,14 +112,35 @@ void UrlExchange::setRequest()
         // Never null, even for an empty form: libcurl would read the body from standard input.
         curl_easy_setopt(m_handle, CURLOPT_POSTFIELDSIZE_LARGE, curl_off_t(m_request.body.size()));
         curl_easy_setopt(m_handle, CURLOPT_POSTFIELDS, m_request.body.isNull() ? "" : m_request.body.constData());
-        curl_easy_setopt(m_handle, CURLOPT_FRESH_CONNECT, 1L); // a dead kept connection would have it sent again
     }
     curl_easy_setopt(m_handle, CURLOPT_HTTPHEADER, m_headers);
+}
+
+// When a kept connection ends without an answer, libcurl would send the request once more. It may have arrived the
+// first time, so nothing is ever sent twice.
+int UrlExchange::beforeSending(void *self, char *, char *, int, int)
+{
+    auto *exchange = static_cast<UrlExchange *>(self);
+    exchange->m_lastByte = std::chrono::steady_clock::now(); // of the handshake, which has just ended
+    return exchange->m_sendings++ == 0 ? CURL_PREREQFUNC_OK : CURL_PREREQFUNC_ABORT;
+}
+
+// Called at every step, and about once a second while nothing happens.
+int UrlExchange::whileWaiting(void *self, curl_off_t, curl_off_t, curl_off_t, curl_off_t)
+{
+    return static_cast<UrlExchange *>(self)->patienceLeft() > 0ms ? 0 : 1;
+}
+
+std::chrono::milliseconds UrlExchange::patienceLeft() const
+{
+    const auto silence = std::chrono::steady_clock::now() - m_lastByte;
+    return std::chrono::ceil<std::chrono::milliseconds>(std::chrono::seconds(m_settings.idleSeconds) - silence);
 }
 
 size_t UrlExchange::receiveHeader(char *bytes, size_t size, size_t count, void *self)
 {
     auto *exchange = static_cast<UrlExchange *>(self);
+    exchange->m_lastByte = std::chrono::steady_clock::now();
     const QByteArrayView line(bytes, qsizetype(size * count));
     // The blank line; that of an interim answer (RFC 9110, 15.2) announces nothing.
     if ((line == "\r\n" || line == "\n") && statusOf(exchange->m_handle) >= 200)
@@ -122,6 +151,7 @@ size_t UrlExchange::receiveHeader(char *bytes, size_t size, size_t count, void *
 size_t UrlExchange::receiveData(char *bytes, size_t size, size_t count, void *self)
 {
     auto *exchange = static_cast<UrlExchange *>(self);
+    exchange->m_lastByte = std::chrono::steady_clock::now();
     if (exchange->isFollowedRedirect())
         return size * count; // nobody reads the body of a redirect
     exchange->reportResponse();
@@ -151,8 +181,12 @@ bool UrlExchange::isFollowedRedirect() const
 UrlExchange::Outcome UrlExchange::hopEnded(CURLcode code)
 {
     reportResponse();
+    if (code != CURLE_OK && patienceLeft() <= 0ms)
+        return fail(QString::fromUtf8(curl_easy_strerror(CURLE_OPERATION_TIMEDOUT)));
     if (code != CURLE_OK)
         return fail(QString::fromUtf8(curl_easy_strerror(code)));
+    if (!m_headersComplete) // libcurl takes half a head for an answer
+        return fail(u"the connection ended within the answer's head"_s);
     const char *target = nullptr;
     curl_easy_getinfo(m_handle, CURLINFO_REDIRECT_URL, &target);
     return isFollowedRedirect() && target ? follow(QString::fromUtf8(target)) : Outcome::Finished;

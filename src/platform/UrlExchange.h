@@ -4,6 +4,7 @@
 
 #include <curl/curl.h>
 
+#include <chrono>
 #include <functional>
 
 // One request on a libcurl handle, through all its redirects: sets the handle up for each hop, judges how a hop ended,
@@ -22,7 +23,13 @@ public:
         Redirected // perform the handle once more
     };
 
-    UrlExchange(CURL *handle, const UrlLoaderSettings &settings, const UrlRequest &request, Receiver receiver);
+    enum class Drive {
+        Performed, // silence ends the hop by itself
+        EventLoop // whoever drives it watches patienceLeft
+    };
+
+    UrlExchange(CURL *handle, const UrlLoaderSettings &settings, const UrlRequest &request, Drive drive,
+                Receiver receiver);
     ~UrlExchange();
     Q_DISABLE_COPY_MOVE(UrlExchange)
 
@@ -30,8 +37,13 @@ public:
     void reportResponse();
     [[nodiscard]] Outcome hopEnded(CURLcode code);
     QString error() const { return m_error; }
+    // Until the exchange has been silent for too long. The silence begins with the exchange, connecting included, and
+    // anew with every byte received.
+    std::chrono::milliseconds patienceLeft() const;
 
 private:
+    static int beforeSending(void *self, char *, char *, int, int);
+    static int whileWaiting(void *self, curl_off_t, curl_off_t, curl_off_t, curl_off_t);
     static size_t receiveHeader(char *bytes, size_t size, size_t count, void *self);
     static size_t receiveData(char *bytes, size_t size, size_t count, void *self);
 
@@ -46,10 +58,13 @@ private:
     CURL *const m_handle;
     const UrlLoaderSettings m_settings;
     UrlRequest m_request;
+    const Drive m_drive;
     const Receiver m_receiver;
     curl_slist *m_headers = nullptr;
     curl_slist *m_connectTo = nullptr;
     int m_redirects = 0;
+    int m_sendings = 0; // of this hop
+    std::chrono::steady_clock::time_point m_lastByte = std::chrono::steady_clock::now();
     bool m_headersComplete = false;
     bool m_responseReported = false;
     QString m_error;

@@ -32,7 +32,7 @@ UrlAnswer UrlLoader::sendSynchronousRequest(const UrlRequest &request)
         body.append(data);
         return body.size() <= MostInMemory;
     };
-    UrlExchange exchange(m_handle.get(), m_settings, request, {[](qint64) {}, append});
+    UrlExchange exchange(m_handle.get(), m_settings, request, UrlExchange::Drive::Performed, {[](qint64) {}, append});
     UrlExchange::Outcome outcome = exchange.hopEnded(curl_easy_perform(m_handle.get()));
     while (outcome == UrlExchange::Outcome::Redirected)
         outcome = exchange.hopEnded(curl_easy_perform(m_handle.get()));

@@ -44,7 +44,7 @@ public:
 // Any completed exchange is an answer, whatever its status; a transport error is an error. No cookies, no cache, no
 // authentication, no content encodings; TLS is always verified. Redirects stay on https and number at most 16; a POST
 // goes on as a GET after 301, 302 and 303, and is posted again after others to the same host alone (RFC 9110, 15.4),
-// since it carries a password. A POST is sent on a fresh connection, so that it is never sent twice.
+// since it carries a password. No request is sent twice.
 class UrlLoader : public QObject
 {
     Q_OBJECT

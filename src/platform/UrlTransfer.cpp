@@ -8,6 +8,9 @@ UrlTransfer::UrlTransfer(const UrlLoaderSettings &settings, const UrlRequest &re
 {
     m_timer.setSingleShot(true);
     connect(&m_timer, &QTimer::timeout, this, [this] { act(CURL_SOCKET_TIMEOUT, 0); });
+    m_patience.setSingleShot(true);
+    m_patience.setTimerType(Qt::PreciseTimer);
+    connect(&m_patience, &QTimer::timeout, this, &UrlTransfer::watchPatience);
     curl_multi_setopt(m_multi, CURLMOPT_SOCKETFUNCTION, &UrlTransfer::watchSocket);
     curl_multi_setopt(m_multi, CURLMOPT_SOCKETDATA, this);
     curl_multi_setopt(m_multi, CURLMOPT_TIMERFUNCTION, &UrlTransfer::setTimer);
@@ -19,7 +22,9 @@ UrlTransfer::UrlTransfer(const UrlLoaderSettings &settings, const UrlRequest &re
         m_delegate->connectionDidReceiveData(data);
         return true;
     };
-    m_exchange = std::make_unique<UrlExchange>(m_handle, settings, request, std::move(receiver));
+    m_exchange =
+        std::make_unique<UrlExchange>(m_handle, settings, request, UrlExchange::Drive::EventLoop, std::move(receiver));
+    m_patience.start(m_exchange->patienceLeft());
     curl_multi_add_handle(m_multi, m_handle); // only sets the timer: everything else comes from the event loop
 }
 
@@ -71,6 +76,8 @@ QSocketNotifier *UrlTransfer::notifier(curl_socket_t socket, QSocketNotifier::Ty
 
 void UrlTransfer::act(curl_socket_t socket, int events)
 {
+    if (m_isOver)
+        return;
     int running = 0;
     curl_multi_socket_action(m_multi, socket, events, &running);
     m_exchange->reportResponse();
@@ -79,6 +86,20 @@ void UrlTransfer::act(curl_socket_t socket, int events)
         if (message->msg == CURLMSG_DONE)
             return hopEnded(message->data.result);
     }
+}
+
+void UrlTransfer::watchPatience()
+{
+    // This thread may have been busy with something else, and bytes may be waiting.
+    for (const curl_socket_t socket : m_watches.keys())
+        act(socket, CURL_CSELECT_IN);
+    const std::chrono::milliseconds left = m_exchange->patienceLeft();
+    if (m_isOver)
+        return;
+    if (left > std::chrono::milliseconds::zero())
+        m_patience.start(left);
+    else
+        hopEnded(CURLE_OPERATION_TIMEDOUT);
 }
 
 void UrlTransfer::hopEnded(CURLcode code)
@@ -91,6 +112,9 @@ void UrlTransfer::hopEnded(CURLcode code)
     }
     // The delegate may run an alert's event loop, which deletes this object: no member is used from here on.
     deleteLater();
+    m_isOver = true;
+    m_timer.stop();
+    m_patience.stop();
     const auto delegate = m_delegate;
     if (outcome == UrlExchange::Outcome::Finished)
         delegate->connectionDidFinishLoading();

@@ -28,6 +28,7 @@ private:
 
     QSocketNotifier *notifier(curl_socket_t socket, QSocketNotifier::Type type, int event);
     void act(curl_socket_t socket, int events);
+    void watchPatience();
     void hopEnded(CURLcode code);
 
     const std::shared_ptr<UrlConnectionDelegate> m_delegate;
@@ -35,5 +36,7 @@ private:
     CURL *const m_handle;
     std::unique_ptr<UrlExchange> m_exchange;
     QHash<curl_socket_t, Watch> m_watches;
-    QTimer m_timer;
+    QTimer m_timer; // libcurl's
+    QTimer m_patience;
+    bool m_isOver = false;
 };

@@ -8,6 +8,7 @@
 #include <QStandardPaths>
 
 #include <cerrno>
+#include <utility>
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -74,6 +75,14 @@ bool setAside(const QString &file)
     return true;
 }
 
+// What was on disk before a loss of power left a half-written file.
+std::optional<QJsonObject> safeVersion(const QString &file)
+{
+    const QString copy = LateSync::safeCopy(file);
+    const auto object = objectFrom(FileManager::contentsOfFile(toPath(copy)).value_or(""));
+    return object && QFile::remove(file) && QFile::rename(copy, file) ? object : std::nullopt;
+}
+
 // Nothing when the file is there and can't be opened: it may hold anything, and must not be replaced.
 std::optional<QJsonObject> readOrSetAside(const QString &file)
 {
@@ -84,26 +93,42 @@ std::optional<QJsonObject> readOrSetAside(const QString &file)
         return std::nullopt;
     if (const auto object = objectFrom(*bytes))
         return object;
+    if (const auto object = safeVersion(file))
+        return object;
     return setAside(file) ? std::optional(QJsonObject()) : std::nullopt;
+}
+
+QString targetOf(const QString &path)
+{
+    const QFileInfo link(path);
+    return link.isSymLink() ? link.symLinkTarget() : path;
 }
 
 // Through a file of one fixed name, which only the holder of the lock writes: the next write replaces what a killed one
 // left, and the password in it. QSaveFile would leave files of random names for ever.
-bool replaceFile(const QString &path, const QJsonObject &object)
+bool replaceFile(const QString &target, const QJsonObject &object)
 {
-    const QFileInfo link(path);
-    const QString target = link.isSymLink() ? link.symLinkTarget() : path;
     if (QFileInfo::exists(target) && !QFileInfo(target).isWritable())
         return false; // it was made read-only on purpose
     const QByteArray bytes = QJsonDocument(object).toJson();
     QFile file(target + u".new"_s);
     const bool written = file.open(QIODevice::WriteOnly | QIODevice::Unbuffered) && file.setPermissions(ownerOnly)
-        && file.write(bytes) == bytes.size() && ::fsync(file.handle()) == 0;
+        && file.write(bytes) == bytes.size();
     file.close();
-    if (written && ::rename(QFile::encodeName(file.fileName()).constData(), QFile::encodeName(target).constData()) == 0)
+    if (written && file.error() == QFileDevice::NoError
+        && ::rename(QFile::encodeName(file.fileName()).constData(), QFile::encodeName(target).constData()) == 0)
         return true;
     file.remove();
     return false;
+}
+
+// Tells one version of the file from another: every replacement is a new file.
+std::optional<FileVersion> versionOf(const QString &file)
+{
+    struct stat status = {};
+    if (::stat(QFile::encodeName(file).constData(), &status) != 0)
+        return std::nullopt;
+    return FileVersion{status.st_dev, status.st_ino, status.st_size, status.st_mtim.tv_sec, status.st_mtim.tv_nsec};
 }
 } // namespace
 
@@ -115,6 +140,8 @@ UserDefaults::UserDefaults(const QString &userFile, const QStringList &systemFil
         mergeInto(m_system,
                   objectFrom(FileManager::contentsOfFile(toPath(*file)).value_or("")).value_or(QJsonObject()));
     synchronize();
+    if (QFileInfo::exists(LateSync::safeCopy(targetOf(m_userFile)))) // of a program that was killed before it forced
+        m_sync.replaced(targetOf(m_userFile));
 }
 
 QJsonValue UserDefaults::objectForKey(const QString &key) const
@@ -130,12 +157,12 @@ QJsonValue UserDefaults::objectForKey(const QString &key) const
 std::optional<QString> UserDefaults::stringForKey(const QString &key) const
 {
     const QJsonValue value = objectForKey(key);
-    return value.isUndefined() ? std::nullopt : std::optional(value.toVariant().toString());
+    return value.isString() ? std::optional(value.toString()) : std::nullopt;
 }
 
 bool UserDefaults::boolForKey(const QString &key) const
 {
-    return objectForKey(key).toVariant().toBool();
+    return objectForKey(key).toBool();
 }
 
 void UserDefaults::setObject(const QString &key, const QJsonValue &value)
@@ -163,6 +190,12 @@ void UserDefaults::synchronize()
         store(); // writes, or sets aside what can't be read
     else
         m_user = object.value_or(QJsonObject());
+    m_version.reset(); // it may have been replaced between the look and the reading
+}
+
+void UserDefaults::forceToDisk()
+{
+    m_sync.finish();
 }
 
 void UserDefaults::store()
@@ -175,14 +208,25 @@ void UserDefaults::store()
     const FileLock lock(m_userFile + u".lock"_s);
     if (!lock.isHeld())
         return logOnce(u"no lock"_s);
-    std::optional<QJsonObject> merged = readOrSetAside(m_userFile);
+    const bool isAsWeLeftIt = m_version && m_version == versionOf(m_userFile);
+    std::optional<QJsonObject> merged = isAsWeLeftIt ? m_user : readOrSetAside(m_userFile);
     if (!merged)
         return logOnce(u"the file can't be read"_s);
     mergeInto(*merged, m_pending);
-    if (!m_pending.isEmpty() && !replaceFile(m_userFile, *merged))
+    if (!m_pending.isEmpty() && !replace(*merged))
         return logOnce(u"the file can't be written"_s);
     m_user = *merged;
     m_pending = {};
+    m_version = versionOf(m_userFile);
+}
+
+bool UserDefaults::replace(const QJsonObject &object)
+{
+    const QString target = targetOf(m_userFile);
+    m_sync.aboutToReplace(target);
+    const bool done = replaceFile(target, object);
+    m_sync.replaced(target);
+    return done;
 }
 
 void UserDefaults::logOnce(const QString &reason)

@@ -4,9 +4,11 @@
 #include "platform/ShellCommand.h"
 
 #include <QDir>
+#include <QEventLoop>
 #include <QFile>
 #include <QFileInfo>
 #include <QStandardPaths>
+#include <QTimer>
 
 #include <chrono>
 
@@ -45,6 +47,17 @@ bool startBundle(const QFileInfo &bundle)
     return !program.isEmpty() && start(program, {}, bundle.filePath());
 }
 
+// Windows go on being painted meanwhile; input waits.
+bool endsSoon(QProcess &process)
+{
+    QEventLoop loop;
+    QObject::connect(&process, &QProcess::finished, &loop, &QEventLoop::quit);
+    QTimer::singleShot(3s, &loop, &QEventLoop::quit);
+    if (process.state() != QProcess::NotRunning)
+        loop.exec(QEventLoop::ExcludeUserInputEvents);
+    return process.state() == QProcess::NotRunning;
+}
+
 // Hands a file to the desktop's tool. Either the tool ends at once, and its status says whether it started something;
 // or it stays as long as what it started. Then the process object is never deleted, which would end both.
 bool openByDesktop(const QList<QByteArray> &command)
@@ -53,8 +66,7 @@ bool openByDesktop(const QList<QByteArray> &command)
     ShellCommand::prepare(*process, command);
     process->setProcessChannelMode(QProcess::ForwardedChannels);
     process->start();
-    constexpr std::chrono::milliseconds patience = 3s;
-    if (process->waitForStarted() && !process->waitForFinished(int(patience.count())))
+    if (process->waitForStarted() && !endsSoon(*process))
         return true;
     const bool opened = process->error() != QProcess::FailedToStart && process->exitCode() == 0;
     delete process;

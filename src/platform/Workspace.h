@@ -11,7 +11,8 @@ public:
 
     // An executable, script or AppImage is started, a desktop entry by its Exec line, a folder bundle by its AppRun
     // (else the executable of its own name), a Windows program by wine; anything else by what the desktop has for it.
-    // False when the path is missing or nothing started.
+    // False when the path is missing or nothing started. For up to three seconds it runs an event loop without user
+    // input, while the desktop's tool may still fail.
     virtual bool openFile(const QString &path);
     // A web address, in the player's browser. No other scheme is opened: pages come from outside.
     virtual bool openURL(const QUrl &url);

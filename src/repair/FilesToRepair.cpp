@@ -3,13 +3,10 @@
 QList<FilePath> filesToRepairBelow(const FilePath &folder)
 {
     QList<FilePath> found;
-    std::error_code failure;
-    std::filesystem::recursive_directory_iterator entry(
-        folder, std::filesystem::directory_options::skip_permission_denied, failure);
-    for (const std::filesystem::recursive_directory_iterator end; !failure && entry != end; entry.increment(failure)) {
-        const FilePath name = entry->path().filename();
+    FileManager::visitBelow(folder, [&found](const FilePath &path) {
+        const FilePath name = path.filename();
         if (name == "Trailbook.lua" || name == "Trailbook.lua.bak")
-            found.append(entry->path());
-    }
+            found.append(path);
+    });
     return found;
 }

@@ -3,6 +3,7 @@
 #include "pack/ArchiveExtraction.h"
 #include "places/BundleFolder.h"
 #include "places/SupportFolder.h"
+#include "platform/Bundle.h"
 
 NewBundle NewBundle::of(const QString &version, const OptionalPath &unpackFolder, const QString &runningBundle)
 {
@@ -23,6 +24,10 @@ NewBundle InstallerReplacement::unpack(const QString &version, const QString &ru
 std::optional<PrivilegedOutcome> InstallerReplacement::move(const FilePath &source, const FilePath &destination,
                                                             ScriptRunner &runner)
 {
+    // Half a bundle, of a copy that was killed, would be taken for the one that is already there.
+    const QString place = toText(destination);
+    if (Bundle::isBundle(place) && Bundle::programOf(place).isEmpty())
+        (void)FileManager::removeItem(destination);
     if (FileManager::moveItem(source, destination).code != FileError::NoWritePermission)
         return std::nullopt; // moved, or a failure that a password would not help
     return PrivilegedRun::run(runner, "cp -r '%@' '%@'", {source, destination});

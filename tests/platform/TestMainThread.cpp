@@ -1,5 +1,6 @@
 #include "platform/MainThread.h"
 
+#include <QElapsedTimer>
 #include <QTest>
 
 #include <atomic>
@@ -14,6 +15,7 @@ class TestMainThread : public QObject
 private Q_SLOTS:
     void workIsDoneAtOnceOnTheMainThreadItself();
     void aWorkerWaitsUntilTheMainThreadHasDoneTheWork();
+    void delayedWorkIsNeverEarly();
     void delayedWorkRunsOnceOnTheMainThread();
     void delayedWorkIsDroppedWithItsContext();
 };
@@ -46,6 +48,27 @@ void TestMainThread::aWorkerWaitsUntilTheMainThreadHasDoneTheWork()
 }
 
 // Also when the thread that ordered it has ended.
+// A coarse timer of two seconds may be a tenth of a second early.
+void TestMainThread::delayedWorkIsNeverEarly()
+{
+    QObject context;
+    QElapsedTimer clock;
+    QList<qint64> early;
+    int runs = 0;
+    clock.start();
+    for (int number = 0; number < 40; ++number) {
+        const auto delay = std::chrono::milliseconds(2000 + number);
+        const qint64 due = clock.elapsed() + delay.count();
+        MainThread::performAfter(delay, &context, [&, due] {
+            ++runs;
+            if (clock.elapsed() < due)
+                early.append(due - clock.elapsed());
+        });
+    }
+    QTRY_COMPARE(runs, 40);
+    QCOMPARE(early, QList<qint64>());
+}
+
 void TestMainThread::delayedWorkRunsOnceOnTheMainThread()
 {
     QObject context;

@@ -69,8 +69,6 @@ private Q_SLOTS:
     void standardInputIsLeftAlone();
 
     void oneConnectionServesManyRequests();
-    void aFormGetsAConnectionOfItsOwn();
-    void aKeptConnectionThatTheVendorClosedIsReplaced();
     void aProxyOfTheEnvironmentIsAsked();
 
     void threadsThatAskAtOnceGetTheirOwnAnswers();
@@ -243,25 +241,6 @@ void TestUrlLoader::oneConnectionServesManyRequests()
 }
 
 // Only on a kept connection does libcurl send a request twice.
-void TestUrlLoader::aFormGetsAConnectionOfItsOwn()
-{
-    const int before = m_vendor->connections();
-    QVERIFY(ask({.url = page}).body);
-    QVERIFY(ask(formTo(page)).body);
-    QCOMPARE(m_vendor->connections(), before + 2);
-    QVERIFY(ask({.url = page}).body);
-    QCOMPARE(m_vendor->connections(), before + 2);
-}
-
-void TestUrlLoader::aKeptConnectionThatTheVendorClosedIsReplaced()
-{
-    m_vendor->queueAnswer("/page", brokenAfter(5, "whole"));
-    m_vendor->queueAnswer("/page", answerWith("again"));
-    QCOMPARE(ask({.url = page}).body, std::optional<QByteArray>("whole"));
-    QCOMPARE(ask({.url = page}).body, std::optional<QByteArray>("again"));
-    QCOMPARE(m_vendor->requests().size(), 2);
-}
-
 // It is asked to lead to the vendor, and refuses. A program started without a proxy has none.
 void TestUrlLoader::aProxyOfTheEnvironmentIsAsked()
 {

@@ -103,6 +103,7 @@ void TestUserDefaultsKilled::nextWriteWorks()
     UserDefaults next(file(), {});
     next.setObject(u"wayfarpasswd"_s, u"next"_s);
     QCOMPARE(onDisk()->value(u"wayfarpasswd"_s), QJsonValue(u"next"_s));
+    next.forceToDisk();
     QCOMPARE(names(), QStringList({u"preferences.json"_s, u"preferences.json.lock"_s}));
     QCOMPARE(modeOf(toPath(file())), 0600U);
     QCOMPARE(modeOf(toPath(QFileInfo(file()).path())), 0700U);

@@ -3,11 +3,15 @@
 #include "support/TestWorld.h"
 
 #include <QDir>
+#include <QProcess>
 #include <QTest>
 
 #include <algorithm>
+#include <utility>
 
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 using namespace Qt::StringLiterals;
 
@@ -26,6 +30,7 @@ private Q_SLOTS:
     void aFolderThatIsItselfALinkIsSearched();
     void foldersThatCannotBeReadArePassedOver();
     void aFolderThatCanOnlyBeListedIsStillSearched();
+    void aFolderTooDeepToBeNamedEndsNothing();
     void namesThatAreNotUtf8KeepTheirBytes();
     void noFolderHasNoFiles();
 
@@ -130,6 +135,24 @@ void TestFilesToRepair::aFolderThatCanOnlyBeListedIsStillSearched()
     close(u"WTF/A"_s, 0444);
     const OrdinaryUser player;
     QCOMPARE(found(), (QStringList{u"A/Trailbook.lua"_s, u"B/Trailbook.lua"_s}));
+}
+
+// Its path is longer than the kernel takes, so that it can't be opened by it.
+void TestFilesToRepair::aFolderTooDeepToBeNamedEndsNothing()
+{
+    touch(u"WTF/Account/Trailbook.lua"_s);
+    const QByteArray name(200, 'd');
+    int folder = ::open(QFile::encodeName(path(u"WTF"_s)).constData(), O_PATH | O_DIRECTORY);
+    for (int depth = 0; depth < 25; ++depth) {
+        QCOMPARE(::mkdirat(folder, name.constData(), 0755), 0);
+        const int below = ::openat(folder, name.constData(), O_PATH | O_DIRECTORY);
+        ::close(std::exchange(folder, below));
+    }
+    ::close(folder);
+    for (const QString &other : {u"a"_s, u"b"_s, u"c"_s, u"z"_s}) // some of them after the deep one, in any order
+        touch(u"WTF/"_s + other + u"/Trailbook.lua"_s);
+    QCOMPARE(found().size(), 5);
+    QCOMPARE(QProcess::execute(u"rm"_s, {u"-rf"_s, path(u"WTF"_s)}), 0);
 }
 
 void TestFilesToRepair::namesThatAreNotUtf8KeepTheirBytes()

@@ -58,6 +58,7 @@ private Q_SLOTS:
     void theBundleOfAnEarlierUnpackIsTakenWhenTheArchiveHasNone();
     void anExistingDestinationStays_data();
     void anExistingDestinationStays();
+    void aBundleWithoutAProgramIsReplaced();
     void aMissingApplicationFolderIsNotMade();
     void anotherDiskGetsACopyAndTheSourceGoes();
     void aRefusalOnAnotherDiskStillReachesTheAdministrator();
@@ -183,8 +184,7 @@ void TestInstallerReplacement::anExistingDestinationStays_data()
 {
     QTest::addColumn<QByteArray>("before"); // in the application folder
     QTest::newRow("a bundle") << QByteArray(
-        "mkdir -p WayfarRoutes_1.3.0.app/usr; echo kept >WayfarRoutes_1.3.0.app/usr/x");
-    QTest::newRow("an empty folder") << QByteArray("mkdir WayfarRoutes_1.3.0.app");
+        "mkdir WayfarRoutes_1.3.0.app; cd WayfarRoutes_1.3.0.app; echo kept >AppRun; chmod +x AppRun");
     QTest::newRow("a file") << QByteArray("echo kept >WayfarRoutes_1.3.0.app");
     QTest::newRow("a dangling link") << QByteArray("ln -s nowhere WayfarRoutes_1.3.0.app");
 }
@@ -199,6 +199,14 @@ void TestInstallerReplacement::anExistingDestinationStays()
     QVERIFY(!m_test->installAsThePlayer());
     QCOMPARE(treeOf(m_test->applicationFolder()), tree);
     QCOMPARE(m_test->versionIn(m_test->unpacked()), "1.3.0"); // left where it was unpacked
+}
+
+void TestInstallerReplacement::aBundleWithoutAProgramIsReplaced()
+{
+    runIn(m_test->applicationFolder(), "mkdir -p WayfarRoutes_1.3.0.app/usr; echo half >WayfarRoutes_1.3.0.app/usr/x");
+    QVERIFY(!m_test->install());
+    QCOMPARE(m_test->versionIn(m_test->newBundle()), "1.3.0");
+    QVERIFY(!QFile::exists(m_test->newBundle() + u"/usr/x"_s));
 }
 
 void TestInstallerReplacement::aMissingApplicationFolderIsNotMade()

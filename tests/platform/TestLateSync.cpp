@@ -1,0 +1,127 @@
+#include "platform/UserDefaults.h"
+
+#include <QFile>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QThread>
+
+#include <atomic>
+
+#include <sys/syscall.h>
+#include <unistd.h>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+std::atomic_int forcings = 0;
+std::atomic_bool inTheCallersThread = false;
+std::atomic_bool powerIsLost = false;
+} // namespace
+
+// Stands in for the disk: tells who forces it, and after a loss of power forces nothing.
+extern "C" int fsync(int descriptor)
+{
+    ++forcings;
+    if (QThread::currentThread() == QCoreApplication::instance()->thread())
+        inTheCallersThread = true;
+    return powerIsLost ? -1 : static_cast<int>(::syscall(SYS_fsync, descriptor));
+}
+
+// A change stands in the file at once, and is forced to disk later, once for many changes, by another thread.
+class TestLateSync : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+
+    void manyChangesAreForcedOnceByAnotherThread();
+    void theEndForcesWhatIsWaiting();
+    void afterALossOfPowerTheVersionOnDiskIsRead();
+    void aKilledProgramsSafeCopyGoesWithTheNextStart();
+
+private:
+    QString file() const { return m_folder->filePath(u"preferences.json"_s); }
+    QString safeCopy() const { return LateSync::safeCopy(file()); }
+    QString storedName() const
+    {
+        QFile stored(file());
+        return stored.open(QIODevice::ReadOnly)
+            ? QJsonDocument::fromJson(stored.readAll()).object().value(u"name"_s).toString()
+            : QString();
+    }
+
+    std::unique_ptr<QTemporaryDir> m_folder;
+};
+
+void TestLateSync::init()
+{
+    m_folder = std::make_unique<QTemporaryDir>();
+    forcings = 0;
+    inTheCallersThread = false;
+    powerIsLost = false;
+}
+
+void TestLateSync::manyChangesAreForcedOnceByAnotherThread()
+{
+    UserDefaults defaults(file(), {});
+    for (const QString &name : {u"r"_s, u"ro"_s, u"row"_s}) {
+        defaults.setObject(u"name"_s, name);
+        QCOMPARE(storedName(), name); // as another process reads it
+    }
+    QVERIFY(QFile::exists(safeCopy()));
+    QTRY_VERIFY(!QFile::exists(safeCopy()));
+    QCOMPARE(forcings, 2); // the file and its folder
+    QVERIFY(!inTheCallersThread);
+}
+
+void TestLateSync::theEndForcesWhatIsWaiting()
+{
+    {
+        UserDefaults defaults(file(), {});
+        defaults.setObject(u"name"_s, u"rowan"_s);
+    }
+    QCOMPARE(forcings, 2);
+    QCOMPARE(storedName(), u"rowan"_s);
+    QCOMPARE(QDir(m_folder->path()).entryList(QDir::Files | QDir::Hidden, QDir::Name),
+             (QStringList{u"preferences.json"_s, u"preferences.json.lock"_s}));
+}
+
+void TestLateSync::afterALossOfPowerTheVersionOnDiskIsRead()
+{
+    {
+        UserDefaults defaults(file(), {});
+        defaults.setObject(u"name"_s, u"rowan"_s);
+        defaults.forceToDisk();
+        powerIsLost = true;
+        defaults.setObject(u"name"_s, u"never on disk"_s);
+    }
+    QFile torn(file()); // what some file systems make of a file that was not forced
+    QVERIFY(torn.open(QIODevice::WriteOnly));
+    torn.close();
+    const UserDefaults defaults(file(), {});
+    QCOMPARE(defaults.stringForKey(u"name"_s), std::optional(u"rowan"_s));
+    QCOMPARE(storedName(), u"rowan"_s);
+}
+
+void TestLateSync::aKilledProgramsSafeCopyGoesWithTheNextStart()
+{
+    {
+        UserDefaults defaults(file(), {});
+        defaults.setObject(u"name"_s, u"old"_s);
+        defaults.forceToDisk();
+        powerIsLost = true;
+        defaults.setObject(u"name"_s, u"new"_s);
+    }
+    QVERIFY(QFile::exists(safeCopy()));
+    powerIsLost = false;
+    const UserDefaults defaults(file(), {});
+    QCOMPARE(defaults.stringForKey(u"name"_s), std::optional(u"new"_s));
+    QTRY_VERIFY(!QFile::exists(safeCopy()));
+}
+
+QTEST_GUILESS_MAIN(TestLateSync)
+#include "TestLateSync.moc"

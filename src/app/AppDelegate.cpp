@@ -116,13 +116,27 @@ void AppDelegate::closeSplashScreen()
 
 void AppDelegate::bringToFront()
 {
+    bool isAnyShown = false;
     for (QWidget *window : QApplication::topLevelWidgets()) {
         const bool passing = window->windowType() == Qt::Popup || window->windowType() == Qt::ToolTip;
-        if (window->isVisible() && !passing)
+        if (window->isVisible() && !passing) {
             WindowPlacement::makeKeyAndOrderFront(*window);
+            isAnyShown = true;
+        }
     }
+    if (!isAnyShown)
+        showAgain();
     if (QWidget *question = QApplication::activeModalWidget()) // nothing else can be used before it is answered
         WindowPlacement::makeKeyAndOrderFront(*question);
+}
+
+// The player may close the splash and the download's window, which stops nothing.
+void AppDelegate::showAgain()
+{
+    if (m_upgrade && m_upgrade->progressWindow())
+        m_upgrade->progressWindow()->present();
+    else if (m_splashWindow)
+        WindowPlacement::makeKeyAndOrderFront(*m_splashWindow);
 }
 
 void AppDelegate::loadNewsPage()

@@ -9,6 +9,7 @@
 #include "windows/ShownState.h"
 
 #include <QJsonObject>
+#include <QPointer>
 #include <QString>
 
 #include <memory>
@@ -48,7 +49,7 @@ public:
     CursorButtons *button1() const; // over the large banner
     CursorButtons *button2() const; // over the small one
     SplashScreen *splashWindow() const { return m_splashWindow.get(); } // null once it was closed
-    SettingsWindow *settingsWindow() const { return m_settingsWindow; } // null unless it is open
+    SettingsWindow *settingsWindow() const; // null unless it is open
     ChangeLog *log() const { return m_log.get(); } // null before the first press
     QJsonObject settingsOldValue() const { return m_settingsOldValue; } // the preferences as openSettings found them
 
@@ -108,6 +109,7 @@ public:
 
 private:
     void showSplashScreen();
+    void showAgain();
     void makeMainWindow();
     void downloadBanners();
     void armAutomaticLaunch();
@@ -129,8 +131,9 @@ private:
     std::optional<QString> m_VersionValue;
     std::unique_ptr<SplashScreen> m_splashWindow;
     std::unique_ptr<MainWindow> m_window;
-    SettingsWindow *m_settingsWindow = nullptr; // the main window's child; it deletes itself when it closes
+    QPointer<SettingsWindow> m_settingsWindow; // the main window's child; it deletes itself when it closes
     QJsonObject m_settingsOldValue;
+    bool m_opensLauncher = false;
     std::unique_ptr<ChangeLog> m_log;
     std::shared_ptr<WayfarUpdateInstaller> m_updateInstaller; // the running transfer owns it too
     std::shared_ptr<InstallerUpgrade> m_upgrade; // the running transfer owns it too

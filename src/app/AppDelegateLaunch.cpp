@@ -1,7 +1,11 @@
 #include "app/AppDelegate.h"
 
+#include "controls/Waiting.h"
 #include "places/Preferences.h"
 #include "platform/Workspace.h"
+#include "windows/SettingsWindow.h"
+
+#include <QScopedValueRollback>
 
 using namespace Qt::StringLiterals;
 
@@ -16,8 +20,14 @@ void AppDelegate::launchWow()
 
 void AppDelegate::openLauncher()
 {
+    if (m_opensLauncher) // five seconds are over while Play still waits for the desktop
+        return;
+    const QScopedValueRollback opening(m_opensLauncher, true);
     const QString launcher = Preferences::launchPath.in(m_surroundings.defaults);
-    if (!launcher.isEmpty() && m_surroundings.workspace.openFile(launcher))
+    bool isOpen = false;
+    if (!launcher.isEmpty())
+        Waiting::blockFor([&] { isOpen = m_surroundings.workspace.openFile(launcher); });
+    if (isOpen)
         m_surroundings.terminate();
     else
         setStatusStr(u"Failed to launch World of Warcraft Launcher. Please check settings..."_s);

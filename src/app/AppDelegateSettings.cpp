@@ -9,9 +9,12 @@
 #include "windows/OpenPanel.h"
 #include "windows/SettingsWindow.h"
 
-#include <QPointer>
-
 using namespace Qt::StringLiterals;
+
+SettingsWindow *AppDelegate::settingsWindow() const
+{
+    return m_settingsWindow;
+}
 
 void AppDelegate::openSettings()
 {

@@ -35,7 +35,11 @@ Application::Application(const QString &version, const VendorSite &site, const U
                           m_instance.release(); // the player's next start does not wait for our end
                           QCoreApplication::quit();
                       },
-                  .exit = exitAtOnce,
+                  .exit =
+                      [this](int status) {
+                          m_defaults.forceToDisk();
+                          exitAtOnce(status);
+                      },
                   .bundlePath = Bundle::running()})
 {
     QCoreApplication::setApplicationName(u"wayfar-installer"_s);

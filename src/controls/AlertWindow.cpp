@@ -1,26 +1,53 @@
 #include "controls/AlertWindow.h"
 
+#include "controls/LongTextView.h"
 #include "platform/MainThread.h"
 
 #include <QApplication>
+#include <QFontMetrics>
+#include <QGridLayout>
 #include <QIcon>
 #include <QLabel>
 #include <QMessageBox>
 #include <QPointer>
 #include <QPushButton>
+#include <QScreen>
 #include <QStyle>
 
 using namespace Qt::StringLiterals;
 
 namespace
 {
-// The vendor or a tool may send a text of any length: the box stays so small that its buttons are on the screen.
-QString shortened(const QString &text)
+// The vendor or a tool may send a text of any length.
+bool isLong(const QString &text)
 {
     constexpr qsizetype mostLines = 20;
     constexpr qsizetype mostCharacters = 1000;
-    QString few = text.left(mostCharacters).section(u'\n', 0, mostLines - 1);
-    return few.size() < text.size() ? few + u"…"_s : few;
+    return text.size() > mostCharacters || text.count(u'\n') >= mostLines;
+}
+
+// In place of the box's own labels: whole, and the buttons stay on the screen.
+void letScroll(QMessageBox &box, const QString &text)
+{
+    auto *view = new LongTextView(&box);
+    view->showText(text);
+    const QFontMetrics metrics = view->fontMetrics();
+    const QSize room = box.screen()->availableGeometry().size() / 2;
+    view->setMinimumSize(QSize(metrics.averageCharWidth() * 60, metrics.height() * 16).boundedTo(room));
+    auto *layout = qobject_cast<QGridLayout *>(box.layout());
+    layout->addWidget(view, 0, layout->columnCount() - 1);
+}
+
+void showTexts(QMessageBox &box, const AlertContent &content)
+{
+    if (isLong(content.messageText) || isLong(content.informativeText))
+        return letScroll(box, content.messageText + u"\n\n"_s + content.informativeText);
+    box.setText(content.messageText);
+    box.setInformativeText(content.informativeText);
+    for (QLabel *label : box.findChildren<QLabel *>()) { // the box's own properties miss the informative text
+        label->setTextFormat(Qt::PlainText);
+        label->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
+    }
 }
 
 int show(const AlertContent &content)
@@ -30,10 +57,7 @@ int show(const AlertContent &content)
     box->setWindowTitle(QGuiApplication::applicationDisplayName());
     const QIcon ours = QGuiApplication::windowIcon(); // the same for good news and bad
     box->setIconPixmap(ours.pixmap(box->style()->pixelMetric(QStyle::PM_MessageBoxIconSize)));
-    box->setText(shortened(content.messageText));
-    box->setInformativeText(shortened(content.informativeText));
-    for (QLabel *label : box->findChildren<QLabel *>()) // the box's own property misses the informative text
-        label->setTextFormat(Qt::PlainText);
+    showTexts(*box, content);
     QPushButton *defaultButton = box->addButton(content.defaultButton, QMessageBox::AcceptRole);
     box->setDefaultButton(defaultButton);
     box->setEscapeButton(defaultButton);

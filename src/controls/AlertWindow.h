@@ -2,8 +2,8 @@
 
 #include "platform/Alert.h"
 
-// The alert as a message box. Shown on the main thread. The texts are shown as they stand, long ones cut, never as
-// markup.
+// The alert as a message box. Shown on the main thread. The texts are shown whole and as they stand, never as
+// markup; long ones scroll.
 class AlertWindow : public Alert
 {
 public:

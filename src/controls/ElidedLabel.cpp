@@ -18,7 +18,7 @@ void ElidedLabel::setText(const QString &text)
     m_text = text;
     // A tool tip takes a text without tags for plain, and would show the entities of an escaped one: hence a paragraph.
     setToolTip(text.isEmpty() ? QString() : Qt::convertFromPlainText(shownText(), Qt::WhiteSpaceNormal));
-    setAccessibleDescription(shownText());
+    setAccessibleName(shownText()); // a screen reader speaks it when it changes
     updateGeometry();
     update();
 }

@@ -57,8 +57,11 @@ void MainWindow::bind()
            [this] { m_ui->updateVersionLabel->setText(m_state.updateVersion().value_or(u"not available"_s)); });
     follow(&ShownState::buttonTextChanged,
            [this] { m_ui->mainButton->setText(m_state.buttonText().value_or(QString())); });
-    follow(&ShownState::statusStrChanged,
-           [this] { m_ui->statusLabel->setText(m_state.statusStr().value_or(QString())); });
+    follow(&ShownState::statusStrChanged, [this] {
+        m_ui->statusLabel->setText(m_state.statusStr().value_or(QString()));
+        // A screen reader speaks the change to whoever sits on the button.
+        m_ui->mainButton->setAccessibleDescription(m_ui->statusLabel->accessibleName());
+    });
     follow(&ShownState::updateProgressbarChanged,
            [this] { m_ui->progressIndicator->setPercentage(m_state.updateProgressbar()); });
     follow(&ShownState::updateNotStartedChanged, [this] { enableMainButton(m_state.updateNotStarted()); });

@@ -15,6 +15,12 @@ const QString sheet = uR"(
 QLabel[role="heading"] { font-weight: 600; }
 ElidedLabel[role="path"] { color: @muted; }
 )"_s;
+
+void fill(QLineEdit &field, const QString &text)
+{
+    const QSignalBlocker isNoChange(field);
+    field.setText(text);
+}
 } // namespace
 
 SettingsWindow::SettingsWindow(UserDefaults &defaults, QWidget *parent)
@@ -32,22 +38,26 @@ SettingsWindow::~SettingsWindow() = default;
 
 void SettingsWindow::showStored()
 {
-    m_ui->userNameField->setText(Preferences::userName.in(m_defaults));
-    m_ui->passwordField->setText(Preferences::password.in(m_defaults));
-    m_ui->autoLaunchBox->setChecked(Preferences::autoLaunch.in(m_defaults));
+    fill(*m_ui->userNameField, Preferences::userName.in(m_defaults));
+    fill(*m_ui->passwordField, Preferences::password.in(m_defaults));
+    {
+        const QSignalBlocker isNoChange(m_ui->autoLaunchBox);
+        m_ui->autoLaunchBox->setChecked(Preferences::autoLaunch.in(m_defaults));
+    }
     m_ui->installPathLabel->setText(Preferences::installPath.in(m_defaults));
     const QString launcher = Preferences::launchPath.in(m_defaults);
     m_ui->launchPathLabel->setText(launcher.isEmpty() ? u"not chosen yet"_s : launcher);
 }
 
-// Every edit is stored at once. The end of an edit comes too late: when the window closes, after Cancel.
+// Every change is stored at once, whoever makes it: an assistive tool sends no key strokes and no clicks. The end of an
+// edit would come too late: when the window closes, after Cancel.
 void SettingsWindow::bindControls()
 {
-    connect(m_ui->userNameField, &QLineEdit::textEdited, this,
+    connect(m_ui->userNameField, &QLineEdit::textChanged, this,
             [this](const QString &text) { m_defaults.setObject(Preferences::userName.key, text); });
-    connect(m_ui->passwordField, &QLineEdit::textEdited, this,
+    connect(m_ui->passwordField, &QLineEdit::textChanged, this,
             [this](const QString &text) { m_defaults.setObject(Preferences::password.key, text); });
-    connect(m_ui->autoLaunchBox, &QCheckBox::clicked, this,
+    connect(m_ui->autoLaunchBox, &QCheckBox::toggled, this,
             [this](bool checked) { m_defaults.setObject(Preferences::autoLaunch.key, checked); });
     connect(m_ui->showPasswordButton, &QPushButton::toggled, this, &SettingsWindow::showPassword);
 }

@@ -58,10 +58,8 @@ void TestElidedLabel::itKeepsTheWholeTextAndTellsAssistiveTools()
 {
     ElidedLabel label;
     QCOMPARE(label.text(), QString());
-    label.setAccessibleName(u"Status"_s);
     label.setText(u"<b>Tom</b> & Jerry"_s);
-    QCOMPARE(label.accessibleName(), u"Status"_s);
-    QCOMPARE(label.accessibleDescription(), u"<b>Tom</b> & Jerry"_s);
+    QCOMPARE(label.accessibleName(), u"<b>Tom</b> & Jerry"_s); // static text is called what it reads
     const QString text = u"two\nlines "_s + QString(10000, u'x');
     label.setText(text);
     QCOMPARE(label.text(), text);
@@ -135,7 +133,7 @@ void TestElidedLabel::noTextChangesTheLayout()
     QCOMPARE(label.sizePolicy().verticalPolicy(), QSizePolicy::Fixed);
     QVERIFY(label.sizeHint().width() <= label.fontMetrics().averageCharWidth() * 60);
     QVERIFY(label.toolTip().size() < 1000);
-    QVERIFY(label.accessibleDescription().size() < 1000);
+    QVERIFY(label.accessibleName().size() < 1000);
 }
 
 void TestElidedLabel::aShortTextAsksForItsOwnWidth()

@@ -25,7 +25,9 @@ def reachable(folder):
 
 complaints = []
 # What only the folder of the operating system may use. The starter replaces itself by another program.
-system = re.compile(r"#include <(QProcess|Q\w*Socket|Q\w*Server|cerrno|unistd\.h|fcntl\.h|sys/.*|curl/.*)>")
+system = re.compile(
+    r"#include <(QProcess|Q\w*Socket|Q\w*Server|QNetwork\w+|QDesktopServices|QDBus\w+|cerrno|csignal|\w+\.h|sys/.*|curl/.*)>"
+    r"|\berrno\b|\bstd::system\(|\bpopen\(|::exec\w+\(")
 for file in sorted((root / "src").rglob("*.[ch]*")):
     folder = file.relative_to(root / "src").parts[0]
     if folder == "starter":
@@ -40,11 +42,19 @@ for file in sorted((root / "src").rglob("*.[ch]*")):
         if folder not in ("platform", "starter") and system.match(line):
             complaints.append(f"{place}: only platform may: {line}")
 
-readme = (root / "README.md").read_text()
+shown = {}
 for folder, links in direct.items():
-    shown = [link for link in links if not any(link in reachable(other) for other in links)]
-    if not re.search(rf"^ +{folder} +-> +{' '.join(shown)}$", readme, re.M):
-        complaints.append(f"README.md: the picture lacks: {folder} -> {' '.join(shown)}")
+    shown[folder] = [link for link in links if not any(link in reachable(other) for other in links)]
+readme = (root / "README.md").read_text()
+drawn = {row[0]: row[1].split() for row in re.findall(r"^ {4}(\w+) +-> +(.+)$", readme, re.M)}
+if drawn != shown:
+    complaints.append(f"README.md: the picture reads {drawn}, the links are {shown}")
+
+# Every page and source that is spoken of is there.
+for file in [*root.glob("*.md"), *root.glob("docs/*.md"), *(root / "src").rglob("*.[ch]*")]:
+    for path in re.findall(r"\b((?:docs|src|tests|packaging)/[\w./-]+\.\w+)", file.read_text()):
+        if not (root / path).exists():
+            complaints.append(f"{file.relative_to(root)}: there is no {path}")
 
 print("\n".join(complaints) or f"The floors hold: {len(direct) + 1} folders.")
 sys.exit(bool(complaints))

@@ -5,6 +5,7 @@
 #include "content/RSSFeed.h"
 #include "controls/CursorButtons.h"
 #include "controls/ImageView.h"
+#include "controls/Pane.h"
 #include "controls/Waiting.h"
 #include "controls/WindowPlacement.h"
 #include "pack/WayfarUpdateInstaller.h"

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "app/Surroundings.h"
-#include "controls/Pane.h"
+#include "controls/NavigationPolicy.h"
 #include "pack/PrivilegedRun.h"
 #include "pack/UpdateDownloadDelegate.h"
 #include "platform/FileManager.h"
@@ -20,6 +20,7 @@ class CursorButtons;
 class ImageView;
 class InstallerUpgrade;
 class MainWindow;
+class Pane;
 class QThread;
 class Repair;
 class SettingsWindow;
@@ -124,7 +125,8 @@ private:
     Repair repair() const;
     // Shows the failure of a change that an administrator was asked for: the message's "%@" is its reason.
     void showFailure(const PrivilegedOutcome &outcome, QStringView message, const QString &informativeText = {});
-    bool isInstalledByAdministrator(const std::optional<PrivilegedOutcome> &outcome);
+    void showIfFailed(const std::optional<PrivilegedOutcome> &outcome); // of an installation
+    bool showUnlessRepaired(const std::optional<PrivilegedOutcome> &outcome); // true when repaired
 
     const Surroundings m_surroundings;
 

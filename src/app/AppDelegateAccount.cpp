@@ -1,6 +1,7 @@
 #include "app/AppDelegate.h"
 
 #include "account/UserLogin.h"
+#include "controls/Pane.h"
 #include "controls/Waiting.h"
 #include "places/Preferences.h"
 #include "places/SupportFolder.h"

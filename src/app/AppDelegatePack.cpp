@@ -1,6 +1,7 @@
 #include "app/AppDelegate.h"
 
 #include "controls/Waiting.h"
+#include "pack/PackEntry.h"
 #include "pack/PackInstallation.h"
 #include "pack/WayfarVersion.h"
 #include "places/GameFolder.h"
@@ -15,13 +16,13 @@ void AppDelegate::updateVersionText()
         const WayfarVersion version(m_surroundings.defaults, m_surroundings.loader, m_surroundings.site);
         setCurrentVersion(version.localVersion());
         setUpdateVersion(version.updateVersion());
+        if (updateVersion().has_value() && currentVersion() == updateVersion()) {
+            setButtonText(u"Play"_s);
+            setUpdateProgressbar(100);
+        } else {
+            setButtonText(u"Update"_s);
+        }
     });
-    if (updateVersion().has_value() && currentVersion() == updateVersion()) {
-        setButtonText(u"Play"_s);
-        setUpdateProgressbar(100);
-    } else {
-        setButtonText(u"Update"_s);
-    }
 }
 
 void AppDelegate::downloadProgressUpdate(double percentage)
@@ -55,19 +56,19 @@ void AppDelegate::installNewVersion()
 void AppDelegate::moveUpdateToInstallLocation(const FilePath &source, const FilePath &destination)
 {
     PackEntry entry(source, destination, m_surroundings.scriptRunner);
-    if (!isInstalledByAdministrator(entry.makeRoom()))
-        isInstalledByAdministrator(entry.copy());
+    const auto madeRoom = entry.makeRoom();
+    showIfFailed(madeRoom);
+    if (!madeRoom || !madeRoom->done)
+        showIfFailed(entry.copy());
     setStatusStr(u"Update Installed."_s);
 }
 
-// False where no administrator was needed, and after a failure, which it shows.
-bool AppDelegate::isInstalledByAdministrator(const std::optional<PrivilegedOutcome> &outcome)
+void AppDelegate::showIfFailed(const std::optional<PrivilegedOutcome> &outcome)
 {
     if (!outcome || outcome->done)
-        return outcome.has_value();
+        return;
     showFailure(*outcome, u"Wayfar Installer failed to make changes. Reason %@");
     setStatusStr(u"Installation Failed. Permission issue..."_s);
-    return false;
 }
 
 void AppDelegate::showFailure(const PrivilegedOutcome &outcome, QStringView message, const QString &informativeText)

@@ -6,11 +6,6 @@
 
 using namespace Qt::StringLiterals;
 
-namespace
-{
-constexpr QStringView failure = u"Wayfar Installer failed to repair Installation. Reason %@";
-}
-
 Repair AppDelegate::repair() const
 {
     return Repair(m_surroundings.defaults, m_surroundings.scriptRunner);
@@ -23,27 +18,36 @@ QList<FilePath> AppDelegate::filesToRepair() const
 
 bool AppDelegate::removeLuaFiles()
 {
-    std::optional<PrivilegedOutcome> byAdministrator;
-    Waiting::blockFor([&] { byAdministrator = repair().removeLuaFiles(); });
-    if (!byAdministrator || byAdministrator->done)
-        return true;
-    showFailure(*byAdministrator, failure);
-    return false;
+    std::optional<PrivilegedOutcome> luaFiles;
+    Waiting::blockFor([&] { luaFiles = repair().removeLuaFiles(); });
+    return showUnlessRepaired(luaFiles);
 }
 
+// Both halves in one wait, whose end runs events: nothing may come between them.
 void AppDelegate::repairtInstallation()
 {
-    std::optional<PrivilegedOutcome> byAdministrator;
-    Waiting::blockFor([&] { byAdministrator = repair().removeAddOn(); });
-    if (byAdministrator) {
-        if (byAdministrator->done)
-            return; // says nothing and refreshes nothing (docs/kept-on-purpose.md)
-        showFailure(*byAdministrator, failure);
-        updateVersionText();
+    std::optional<PrivilegedOutcome> addOn;
+    std::optional<PrivilegedOutcome> luaFiles;
+    Waiting::blockFor([&] {
+        addOn = repair().removeAddOn();
+        if (!addOn)
+            luaFiles = repair().removeLuaFiles();
+    });
+    if (addOn && addOn->done)
+        return; // says nothing and refreshes nothing (docs/kept-on-purpose.md)
+    if (addOn)
+        showUnlessRepaired(addOn);
+    else if (!showUnlessRepaired(luaFiles))
         return;
-    }
-    if (!removeLuaFiles())
-        return;
-    m_surroundings.alert.runModal({u"Wayfar Installer successfully repaired Installation."_s});
+    else
+        m_surroundings.alert.runModal({u"Wayfar Installer successfully repaired Installation."_s});
     updateVersionText();
+}
+
+bool AppDelegate::showUnlessRepaired(const std::optional<PrivilegedOutcome> &outcome)
+{
+    if (!outcome || outcome->done)
+        return true;
+    showFailure(*outcome, u"Wayfar Installer failed to repair Installation. Reason %@");
+    return false;
 }

@@ -22,6 +22,6 @@ struct Surroundings {
     Alert &alert;
     ScriptRunner &scriptRunner;
     std::function<void()> terminate; // the orderly end, from the main thread; it returns
-    std::function<void(int)> exit; // the end at once with a status, from any thread; it does not
+    std::function<void(int)> exit; // the end at once with a status, from any thread; only a test's returns
     QString bundlePath; // the running bundle: a new installer goes beside it
 };

@@ -4,6 +4,8 @@
 #include <QPainter>
 #include <QTextDocument>
 
+#include <algorithm>
+
 using namespace Qt::StringLiterals;
 
 ElidedLabel::ElidedLabel(QWidget *parent) : QLabel(parent)

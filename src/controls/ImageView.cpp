@@ -2,8 +2,6 @@
 
 #include <QPainter>
 
-#include <algorithm>
-
 ImageView::ImageView(QWidget *parent) : QWidget(parent) { }
 
 void ImageView::setImage(const QImage &image)

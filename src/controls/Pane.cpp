@@ -1,5 +1,6 @@
 #include "controls/Pane.h"
 
+#include "controls/NavigationPolicy.h"
 #include "controls/Theme.h"
 
 #include <QFileInfo>
@@ -18,14 +19,14 @@ using namespace Qt::StringLiterals;
 namespace
 {
 // It stands first in the page, so that the page's own styles win.
-constexpr auto houseStyle = R"(
+const QString houseStyle = uR"(
 (function () {
     const style = document.createElement('style');
-    style.textContent = 'html { color: #21302f; line-height: 1.45; } a { color: #9c3d22; }'
-        + 'a { text-decoration-thickness: 1px; text-underline-offset: 2px; } ::selection { background: #f0c48a; }';
+    style.textContent = 'html { color: @ink; line-height: 1.45; } a { color: @link; }'
+        + 'a { text-decoration-thickness: 1px; text-underline-offset: 2px; } ::selection { background: @selection; }';
     document.head.prepend(style);
 })();
-)";
+)"_s;
 
 void restrict(QWebEngineSettings &settings)
 {
@@ -59,7 +60,7 @@ std::shared_ptr<QWebEngineProfile> sharedProfile()
     QObject::connect(profile.get(), &QWebEngineProfile::downloadRequested, profile.get(),
                      [](QWebEngineDownloadRequest *download) { download->cancel(); });
     QWebEngineScript script;
-    script.setSourceCode(QString::fromLatin1(houseStyle));
+    script.setSourceCode(Theme::filled(houseStyle, QGuiApplication::palette()));
     script.setInjectionPoint(QWebEngineScript::DocumentReady);
     script.setWorldId(QWebEngineScript::ApplicationWorld);
     profile->scripts()->insert(script);

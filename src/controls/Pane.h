@@ -4,16 +4,8 @@
 
 #include <memory>
 
+class NavigationPolicy;
 class QWebEngineProfile;
-
-// Decides on every navigation of a pane: links, scripts that open windows, frames, refreshes.
-class NavigationPolicy
-{
-public:
-    virtual ~NavigationPolicy() = default;
-    // True: the pane may go there. False: it stays where it is.
-    virtual bool webViewDecidePolicyForNavigationAction(const QUrl &url) = 0;
-};
 
 // A web view for local pages with foreign content: their scripts can't read the disk, open windows, download, store or
 // ask for anything. Main thread.

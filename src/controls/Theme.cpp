@@ -41,6 +41,9 @@ QHash<QString, QColor> colorsFor(const QPalette &palette)
         {u"focus"_s, palette.color(QPalette::Highlight)},
         {u"beside-focus"_s, palette.color(QPalette::Base)},
         {u"paper"_s, QColor(Theme::paper)},
+        {u"ink"_s, QColor(u"#21302f"_s)}, // on paper, as the next two
+        {u"link"_s, QColor(u"#9c3d22"_s)},
+        {u"selection"_s, QColor(u"#f0c48a"_s)},
     };
 }
 
@@ -93,7 +96,8 @@ QString Theme::filled(const QString &sheet, const QPalette &palette)
     qsizetype from = 0;
     for (const QRegularExpressionMatch &match : name.globalMatch(sheet)) {
         filled += sheet.sliced(from, match.capturedStart() - from);
-        filled += sizes.value(match.captured(1), colors.value(match.captured(1)).name());
+        const QColor color = colors.value(match.captured(1));
+        filled += sizes.value(match.captured(1), color.isValid() ? color.name() : match.captured());
         from = match.capturedEnd();
     }
     return filled + sheet.sliced(from);

@@ -38,6 +38,8 @@ private:
         case QEvent::KeyPress:
         case QEvent::Shortcut:
         case QEvent::ShortcutOverride:
+        case QEvent::InputMethod:
+        case QEvent::Drop:
         case QEvent::ContextMenu:
         case QEvent::Wheel:
         case QEvent::TouchBegin:
@@ -115,6 +117,7 @@ void Waiting::blockFor(const std::function<void()> &work)
 void Waiting::untilShown(QWidget &window)
 {
     // Before its first exposure a window paints nothing. One on another desktop is never exposed: hence the limit.
+    const QPointer<QWidget> watched(&window); // it may be deleted in the loop
     if (window.windowHandle() && !window.windowHandle()->isExposed()) {
         QEventLoop loop;
         ExposeWatch watch(loop);
@@ -122,5 +125,6 @@ void Waiting::untilShown(QWidget &window)
         QTimer::singleShot(1s, &loop, &QEventLoop::quit);
         loop.exec(QEventLoop::ExcludeUserInputEvents);
     }
-    window.repaint();
+    if (watched)
+        watched->repaint();
 }

@@ -10,11 +10,6 @@ using namespace Qt::StringLiterals;
 
 namespace
 {
-QByteArray script(QByteArrayView command)
-{
-    return "do shell script \"" + command.toByteArray() + "\" with administrator privileges";
-}
-
 // An apostrophe in a path ends its quoting. One alone is a syntax error, but two pair up again, and an administrator's
 // shell would delete something else altogether: so nothing is run, and the failure is the one of a single apostrophe.
 std::optional<ScriptError> execute(ScriptRunner &runner, QByteArrayView command, const QList<FilePath> &paths)
@@ -24,7 +19,7 @@ std::optional<ScriptError> execute(ScriptRunner &runner, QByteArrayView command,
         texts.append(QByteArray::fromStdString(path.native()));
     if (std::ranges::any_of(texts, [](const QByteArray &text) { return text.contains('\''); }))
         return ScriptError{2, u"sh: 1: Syntax error: Unterminated quoted string"_s};
-    return runner.execute(Text::filled(script(command), texts));
+    return runner.execute(Text::filled(ScriptRunner::scriptOf(command), texts));
 }
 } // namespace
 

@@ -30,9 +30,9 @@ void WayfarUpdateInstaller::connectionDidFailWithError(const QString &)
         m_delegate->downloadFinishedWithResult(false);
 }
 
+// Any complete answer is a success, an error page too: the installation then finds no archive.
 void WayfarUpdateInstaller::connectionDidFinishLoading()
 {
     if (m_delegate)
-        m_delegate->downloadFinishedWithResult(
-            true); // Any complete answer is a success, an error page too: the installation then finds no archive.
+        m_delegate->downloadFinishedWithResult(true);
 }

@@ -3,8 +3,8 @@
 #include "pack/DownloadFile.h"
 #include "pack/FormEncoding.h"
 #include "pack/UpdateDownloadDelegate.h"
-#include "platform/UrlLoader.h"
 #include "places/VendorSite.h"
+#include "platform/UrlLoader.h"
 
 class UserDefaults;
 

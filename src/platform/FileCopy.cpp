@@ -8,11 +8,11 @@ using namespace PosixFile;
 
 namespace
 {
+// Some file systems refuse; the copy is good without.
 void copyTimes(const struct stat &status, const FilePath &path)
 {
     const timespec times[] = {status.st_atim, status.st_mtim};
-    ::utimensat(AT_FDCWD, path.c_str(), times,
-                AT_SYMLINK_NOFOLLOW); // some file systems refuse; the copy is good without
+    ::utimensat(AT_FDCWD, path.c_str(), times, AT_SYMLINK_NOFOLLOW);
 }
 
 // Not by std::filesystem, which does not report a full disk, and fails on a file system without modes.

@@ -2,6 +2,8 @@
 
 #include "platform/ShellCommand.h"
 
+#include <algorithm>
+
 #include <unistd.h>
 
 using namespace Qt::StringLiterals;
@@ -47,12 +49,13 @@ QProcessEnvironment plainEnvironment()
     return plain;
 }
 
+const QByteArray head = "do shell script \"";
+const QByteArray tail = "\" with administrator privileges";
+
 // The text between the quotes; nothing when it is no such script. A backslash would begin an escape, which no caller
 // uses.
 std::optional<QByteArray> commandIn(const QByteArray &source)
 {
-    const QByteArray head = "do shell script \"";
-    const QByteArray tail = "\" with administrator privileges";
     if (!source.startsWith(head) || !source.endsWith(tail) || source.size() < head.size() + tail.size())
         return std::nullopt;
     const QByteArray command = source.sliced(head.size(), source.size() - head.size() - tail.size());
@@ -96,6 +99,11 @@ ScriptRunner::ScriptRunner()
 }
 
 ScriptRunner::ScriptRunner(const QList<QByteArray> &launcher) : m_launcher(launcher) { }
+
+QByteArray ScriptRunner::scriptOf(QByteArrayView command)
+{
+    return head + command.toByteArray() + tail;
+}
 
 std::optional<ScriptError> ScriptRunner::execute(const QByteArray &source)
 {

@@ -20,6 +20,8 @@ public:
     explicit ScriptRunner(const QList<QByteArray> &launcher);
     virtual ~ScriptRunner() = default;
 
+    static QByteArray scriptOf(QByteArrayView command);
+
     // Blocks while the prompt is open and the command runs. Nothing when the command ended with 0. Main thread: polkit
     // judges the process that is pkexec's parent, and pkexec ends with the thread that started it.
     virtual std::optional<ScriptError> execute(const QByteArray &source);

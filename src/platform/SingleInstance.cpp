@@ -11,6 +11,7 @@
 #include <QThread>
 
 #include <cerrno>
+#include <utility>
 
 #include <fcntl.h>
 #include <sys/file.h>

@@ -2,6 +2,8 @@
 
 #include <QNetworkProxy>
 
+#include <utility>
+
 #include <fcntl.h>
 
 using namespace Qt::StringLiterals;

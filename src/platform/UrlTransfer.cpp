@@ -110,14 +110,15 @@ void UrlTransfer::hopEnded(CURLcode code)
         curl_multi_add_handle(m_multi, m_handle);
         return;
     }
-    // The delegate may run an alert's event loop, which deletes this object: no member is used from here on.
     deleteLater();
     m_isOver = true;
     m_timer.stop();
     m_patience.stop();
     const auto delegate = m_delegate;
+    const QString error = m_exchange->error();
+    // The delegate may run an alert's event loop, which deletes this object: no member is used from here on.
     if (outcome == UrlExchange::Outcome::Finished)
         delegate->connectionDidFinishLoading();
     else
-        delegate->connectionDidFailWithError(m_exchange->error());
+        delegate->connectionDidFailWithError(error);
 }

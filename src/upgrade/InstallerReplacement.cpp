@@ -1,18 +1,8 @@
 #include "upgrade/InstallerReplacement.h"
 
 #include "pack/ArchiveExtraction.h"
-#include "places/BundleFolder.h"
 #include "places/SupportFolder.h"
 #include "platform/Bundle.h"
-
-NewBundle NewBundle::of(const QString &version, const OptionalPath &unpackFolder, const QString &runningBundle)
-{
-    const OptionalPath name = BundleFolder::nameOf(version);
-    if (!name)
-        return {};
-    return {unpackFolder ? OptionalPath(*unpackFolder / *name) : std::nullopt,
-            toPath(runningBundle).parent_path() / *name};
-}
 
 NewBundle InstallerReplacement::unpack(const QString &version, const QString &runningBundle)
 {

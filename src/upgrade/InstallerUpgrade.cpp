@@ -52,7 +52,7 @@ void InstallerUpgrade::setDownloadText(const QString &text)
 void InstallerUpgrade::setProgress(double percentage)
 {
     m_progress = percentage;
-    if (m_progressWindow)
+    if (m_progressWindow) // there is one since the download was started
         m_progressWindow->showProgress(percentage);
 }
 

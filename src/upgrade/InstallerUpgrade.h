@@ -1,8 +1,8 @@
 #pragma once
 
 #include "pack/DownloadFile.h"
-#include "platform/UrlLoader.h"
 #include "places/VendorSite.h"
+#include "platform/UrlLoader.h"
 #include "upgrade/InstallerUpgradeDelegate.h"
 #include "upgrade/ProgressWindow.h"
 

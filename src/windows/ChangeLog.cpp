@@ -5,6 +5,8 @@
 #include "controls/WindowPlacement.h"
 #include "windows/LogWindow.h"
 
+#include <QPointer>
+
 ChangeLog::ChangeLog(UrlLoader &loader, const VendorSite &site) : m_loader(loader), m_site(site) { }
 
 ChangeLog::~ChangeLog()
@@ -19,10 +21,12 @@ void ChangeLog::showLogs()
         loadWindow();
     WindowPlacement::center(*m_window);
     WindowPlacement::makeKeyAndOrderFront(*m_window);
-    Waiting::blockFor([this] {
-        if (const auto text = ChangeLogText::fetch(m_loader, m_site))
-            setText(*text);
-    });
+    // Events run before the fetch: another press may replace this controller meanwhile.
+    const QPointer<ChangeLog> self(this);
+    std::optional<QString> text;
+    Waiting::blockFor([&text, &loader = m_loader, site = m_site] { text = ChangeLogText::fetch(loader, site); });
+    if (self && text)
+        setText(*text);
 }
 
 void ChangeLog::loadWindow()

@@ -6,6 +6,8 @@
 #include <QShortcut>
 #include <QStandardPaths>
 
+#include <utility>
+
 using namespace Qt::StringLiterals;
 
 namespace

@@ -2,6 +2,7 @@
 #include "support/Modal.h"
 #include "support/Program.h"
 
+#include "controls/Pane.h"
 #include "controls/AlertWindow.h"
 #include "upgrade/InstallerUpgrade.h"
 #include "windows/InstallerDownloadWindow.h"
@@ -234,7 +235,7 @@ void TestInstallerUpgrade::theRealAlertsAreAnsweredDuringTheStart()
     m_world->vendor().setInstallerVersion(published);
     m_world->vendor().setAnswer("/WayfarRoutes_1.3.0.zip", silence());
     AlertWindow alert;
-    m_program = std::make_unique<Program>(*m_world, alert);
+    m_program = std::make_unique<Program>(*m_world, &alert);
     const WhenOpen<QMessageBox> player([&](QMessageBox &box) {
         QVERIFY(delegate().isStarting());
         QVERIFY(!m_program->exitStatus);

@@ -23,6 +23,7 @@ private Q_SLOTS:
     void theRepairIsToldAndThenTheVersionsAreRefreshed();
     void theSavedSettingsAloneAreToldOfOnlyWhenTheyFail_data();
     void theSavedSettingsAloneAreToldOfOnlyWhenTheyFail();
+    void nothingComesBetweenItsHalves();
     void theAlertOpensWhenTheWaitIsOver();
     void theButtonStartsItAndTheSettingsStayOpen();
 
@@ -111,6 +112,16 @@ void TestRepairOutcomes::theSavedSettingsAloneAreToldOfOnlyWhenTheyFail()
     QCOMPARE(delegate().filesToRepair().size(), declined ? 1 : 0);
     QCOMPARE(m_program->alert.told(), declined ? QStringList{failure + u"User canceled."_s} : QStringList());
     QVERIFY(!isRefreshed());
+}
+
+// A download may end during a repair: its installation comes after both halves.
+void TestRepairOutcomes::nothingComesBetweenItsHalves()
+{
+    std::optional<bool> settingsLeft;
+    QMetaObject::invokeMethod(
+        &delegate(), [&] { settingsLeft = QFile::exists(settings() + u"/Trailbook.lua"_s); }, Qt::QueuedConnection);
+    delegate().repairtInstallation();
+    QCOMPARE(settingsLeft, std::optional(false));
 }
 
 void TestRepairOutcomes::theAlertOpensWhenTheWaitIsOver()

@@ -37,7 +37,7 @@ void TestSettingsEnd::init()
     m_world = std::make_unique<TestWorld>();
     m_world->goOffline();
     m_world->defaults().setObject(Preferences::userName.key, u"a"_s);
-    m_program = std::make_unique<Program>(*m_world, m_alert);
+    m_program = std::make_unique<Program>(*m_world, &m_alert);
     QVERIFY(m_program->openSettings());
     QTest::keyClicks(m_program->settingsControl("userNameField"), u"b"_s);
 }

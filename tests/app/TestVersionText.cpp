@@ -11,6 +11,7 @@ class TestVersionText : public QObject
 private Q_SLOTS:
     void theSameTextReadsPlayWithAFullBar_data();
     void theSameTextReadsPlayWithAFullBar();
+    void nothingThatTheWaitsEndBringsSeesAStaleButton();
     void withoutThePublishedVersionTheButtonReadsUpdate();
     void onTheMainThreadTheWindowIsPaintedWithTheWaitCursorFirst();
 };
@@ -53,6 +54,20 @@ void TestVersionText::theSameTextReadsPlayWithAFullBar()
     QCOMPARE(program.delegate.currentVersion(), installed.isNull() ? u"none"_s : QString::fromLatin1(installed));
     QCOMPARE(program.delegate.updateVersion(), QString::fromLatin1(published).remove(u"\r\n"_s));
     QCOMPARE(program.delegate.updateProgressbar(), button == u"Play" ? 100.0 : 42.0);
+}
+
+// The wait for the answer ends with events: an automatic launch may be among them.
+void TestVersionText::nothingThatTheWaitsEndBringsSeesAStaleButton()
+{
+    TestWorld world;
+    world.goOffline();
+    Program program(world);
+    program.delegate.setButtonText(u"Play"_s); // of a pack that is gone since
+    std::optional<QString> seen;
+    QMetaObject::invokeMethod(
+        &program.delegate, [&] { seen = program.delegate.buttonText(); }, Qt::QueuedConnection);
+    program.delegate.updateVersionText();
+    QCOMPARE(seen, u"Update"_s);
 }
 
 void TestVersionText::withoutThePublishedVersionTheButtonReadsUpdate()

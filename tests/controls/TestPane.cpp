@@ -3,6 +3,8 @@
 
 #include "controls/Pane.h"
 
+#include "controls/NavigationPolicy.h"
+
 #include <QApplication>
 #include <QSignalSpy>
 #include <QTest>

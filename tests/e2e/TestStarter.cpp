@@ -51,6 +51,7 @@ private Q_SLOTS:
     void theNewestIsFoundByItsNumbers_data();
     void theNewestIsFoundByItsNumbers();
     void whatCannotBeStartedIsPassedOver();
+    void theExecutableOfItsOwnNameStartsABundleToo();
     void otherFoldersAreNoBundles();
     void theStarterBecomesTheNewestBundleWhereverItIsStarted();
     void withoutABundleTheStarterSaysSo();
@@ -85,6 +86,16 @@ void TestStarter::whatCannotBeStartedIsPassedOver()
     putBundle(folder.path(), u"1.3.0"_s, false);
     QDir(folder.path()).mkdir(u"WayfarRoutes_1.4.0.app"_s);
     QCOMPARE(BundleFolder::newestIn(folder.path()).section(u'/', -1), u"WayfarRoutes_1.2.6.app"_s);
+}
+
+void TestStarter::theExecutableOfItsOwnNameStartsABundleToo()
+{
+    const QTemporaryDir folder;
+    putBundle(folder.path(), u"1.2.6"_s);
+    putBundle(folder.path(), u"1.3.0"_s);
+    const QString bundle = folder.filePath(u"WayfarRoutes_1.3.0.app/"_s);
+    QVERIFY(QFile::rename(bundle + u"AppRun"_s, bundle + u"WayfarRoutes_1.3.0"_s));
+    QCOMPARE(BundleFolder::newestIn(folder.path()).section(u'/', -1), u"WayfarRoutes_1.3.0.app"_s);
 }
 
 void TestStarter::otherFoldersAreNoBundles()

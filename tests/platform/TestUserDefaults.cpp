@@ -3,6 +3,7 @@
 #include "support/Files.h"
 #include "support/TestWorld.h"
 
+#include <QJsonArray>
 #include <QJsonDocument>
 
 #include <thread>

@@ -3,6 +3,7 @@
 #include "support/StandIns.h"
 #include "support/TestWorld.h"
 
+#include "pack/PackEntry.h"
 #include "pack/PackInstallation.h"
 #include "places/GameFolder.h"
 

@@ -55,8 +55,9 @@ struct StandIns {
 
 // The real delegate with its real windows in a TestWorld. Needs a QApplication.
 struct Program : StandIns {
-    explicit Program(TestWorld &world) : Program(world, alert) { } // borrowed
-    Program(TestWorld &world, Alert &shownAlert) : delegate(surroundings(world, world.defaults(), shownAlert))
+    // Both are borrowed; without an alert it is the stand-in.
+    explicit Program(TestWorld &world, Alert *shownAlert = nullptr)
+        : delegate(surroundings(world, world.defaults(), shownAlert ? *shownAlert : alert))
     {
         QCoreApplication::setApplicationVersion(QStringLiteral("1.2.6")); // what the vendor publishes: no upgrade
         QObject::connect(&delegate, &AppDelegate::statusStrChanged, &delegate,

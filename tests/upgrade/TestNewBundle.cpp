@@ -1,4 +1,4 @@
-#include "upgrade/InstallerReplacement.h"
+#include "upgrade/NewBundle.h"
 
 #include <QTest>
 

@@ -215,7 +215,7 @@ void TestChangeLog::aLongTextScrolls()
     m_world->vendor().setChangeLog(QByteArray("- another line\n").repeated(2000));
     m_log->showLogs();
     QPlainTextEdit *view = textView();
-    QVERIFY(view->verticalScrollBar()->isVisible());
+    QTRY_VERIFY(view->verticalScrollBar()->isVisible());
     QVERIFY(view->verticalScrollBar()->maximum() > 1000);
     QCOMPARE(view->verticalScrollBar()->value(), 0); // the newest stands first
     QTest::keyClick(view, Qt::Key_End, Qt::ControlModifier);

@@ -56,5 +56,15 @@ for file in [*root.glob("*.md"), *root.glob("docs/*.md"), *(root / "src").rglob(
         if not (root / path).exists():
             complaints.append(f"{file.relative_to(root)}: there is no {path}")
 
+# So is every test that holds what is kept on purpose, and every source of it.
+functions = {name for file in (root / "tests").rglob("*.cpp") for name in re.findall(r"(Test\w+::\w+)\(\)", file.read_text())}
+kept = (root / "docs/kept-on-purpose.md").read_text()
+for test in re.findall(r"`(Test\w+::\w+)`", kept):
+    if test not in functions:
+        complaints.append(f"docs/kept-on-purpose.md: there is no {test}")
+for path in re.findall(r"`(\w+/\w+\.\w+)`", kept):
+    if not (root / "src" / path).exists():
+        complaints.append(f"docs/kept-on-purpose.md: there is no src/{path}")
+
 print("\n".join(complaints) or f"The floors hold: {len(direct) + 1} folders.")
 sys.exit(bool(complaints))

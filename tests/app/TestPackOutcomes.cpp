@@ -23,6 +23,7 @@ private Q_SLOTS:
 
     void theStatusesTellOfEveryEntry_data();
     void theStatusesTellOfEveryEntry();
+    void anyOtherFailureReadsInstalledToo();
     void anUpdateEndsWithPlay();
     void anErrorPageLeavesTheButtonAtUpdate();
     void theFailureStatusFollowsTheAlert();
@@ -100,6 +101,14 @@ void TestPackOutcomes::theStatusesTellOfEveryEntry()
         install(archive);
     QTEST(m_program->statuses, "statuses");
     QTEST(m_program->alert.told(), "told");
+}
+
+void TestPackOutcomes::anyOtherFailureReadsInstalledToo()
+{
+    delegate().moveUpdateToInstallLocation("/no/such/entry", toPath(m_world->addOnFolder()) / "entry");
+    QCOMPARE(delegate().statusStr(), Installed); // docs/kept-on-purpose.md
+    QVERIFY(m_program->alert.shown.isEmpty());
+    QVERIFY(m_program->administrator.scripts.isEmpty());
 }
 
 void TestPackOutcomes::anUpdateEndsWithPlay()

@@ -19,7 +19,7 @@ LogWindow::~LogWindow() = default;
 
 void LogWindow::showText(const QString &text)
 {
-    m_ui->textView->setPlainText(text);
+    m_ui->textView->showText(text);
 }
 
 void LogWindow::closeEvent(QCloseEvent *event)

@@ -134,8 +134,8 @@ void AppDelegate::bringToFront()
 // The player may close the splash and the download's window, which stops nothing.
 void AppDelegate::showAgain()
 {
-    if (m_upgrade && m_upgrade->progressWindow())
-        m_upgrade->progressWindow()->present();
+    if (upgrade() && upgrade()->progressWindow()) // the worker may be making it
+        upgrade()->progressWindow()->present();
     else if (m_splashWindow)
         WindowPlacement::makeKeyAndOrderFront(*m_splashWindow);
 }

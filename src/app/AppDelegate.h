@@ -54,7 +54,7 @@ public:
     ChangeLog *log() const { return m_log.get(); } // null before the first press
     QJsonObject settingsOldValue() const { return m_settingsOldValue; } // the preferences as openSettings found them
 
-    InstallerUpgrade *upgrade() const { return m_upgrade.get(); } // null before the version check
+    InstallerUpgrade *upgrade() const { return load(m_upgrade).get(); } // null before the version check
 
     // The installer being upgraded to; nothing before the player said yes. Any thread.
     std::optional<QString> VersionValue() const { return load(m_VersionValue); }

@@ -16,9 +16,10 @@ using namespace Qt::StringLiterals;
 
 bool AppDelegate::checkInstallerUpdate()
 {
-    m_upgrade = std::make_shared<InstallerUpgrade>(m_surroundings.loader, m_surroundings.site,
-                                                   QCoreApplication::applicationVersion(),
-                                                   [] { return std::make_unique<InstallerDownloadWindow>(); });
+    store(m_upgrade,
+          std::make_shared<InstallerUpgrade>(m_surroundings.loader, m_surroundings.site,
+                                             QCoreApplication::applicationVersion(),
+                                             [] { return std::make_unique<InstallerDownloadWindow>(); }));
     bool unreachable = false;
     std::optional<QString> version;
     const bool available = m_upgrade->updateAvailable(&unreachable, &version);

@@ -12,16 +12,6 @@
 
 using namespace Qt::StringLiterals;
 
-namespace
-{
-// Skips the destructors: another thread may still use what they destroy.
-void exitAtOnce(int status)
-{
-    std::fflush(nullptr);
-    std::_Exit(status);
-}
-} // namespace
-
 Application::Application(const QString &version, const VendorSite &site, const UrlLoaderSettings &network)
     : m_loader(network),
       m_delegate({.site = site,
@@ -35,11 +25,7 @@ Application::Application(const QString &version, const VendorSite &site, const U
                           m_instance.release(); // the player's next start does not wait for our end
                           QCoreApplication::quit();
                       },
-                  .exit =
-                      [this](int status) {
-                          m_defaults.forceToDisk();
-                          exitAtOnce(status);
-                      },
+                  .exit = [this](int status) { exitAtOnce(status); },
                   .bundlePath = Bundle::running()})
 {
     QCoreApplication::setApplicationName(u"wayfar-installer"_s);
@@ -48,6 +34,14 @@ Application::Application(const QString &version, const VendorSite &site, const U
     QGuiApplication::setDesktopFileName(u"wayfar-installer"_s);
     QGuiApplication::setWindowIcon(Pictures::icon());
     QGuiApplication::setQuitOnLastWindowClosed(false); // the splash closes before the main window shows
+}
+
+// Skips the destructors: another thread may still use what they destroy.
+void Application::exitAtOnce(int status)
+{
+    m_defaults.forceToDisk();
+    std::fflush(nullptr);
+    std::_Exit(status);
 }
 
 int Application::exec()

@@ -27,6 +27,8 @@ protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
+    [[noreturn]] void exitAtOnce(int status);
+
     SingleInstance m_instance;
     UserDefaults m_defaults;
     UrlLoader m_loader;

@@ -4,13 +4,21 @@
 
 #include <libxml/parser.h>
 
+#include <QSet>
+
 #include <memory>
 
 namespace
 {
-RSSFeed &feedOf(void *feed)
+struct Parse {
+    RSSFeed &feed;
+    xmlParserCtxtPtr context = nullptr;
+    QSet<QByteArray> declared = {}; // the names of entities
+};
+
+RSSFeed &feedOf(void *parse)
 {
-    return *static_cast<RSSFeed *>(feed);
+    return static_cast<Parse *>(parse)->feed;
 }
 
 QString text(const xmlChar *bytes, qsizetype length)
@@ -18,19 +26,34 @@ QString text(const xmlChar *bytes, qsizetype length)
     return QString::fromUtf8(reinterpret_cast<const char *>(bytes), length);
 }
 
-void startElement(void *feed, const xmlChar *name, const xmlChar **)
+void startElement(void *parse, const xmlChar *name, const xmlChar **)
 {
-    feedOf(feed).parserDidStartElement(text(name, -1));
+    feedOf(parse).parserDidStartElement(text(name, -1));
 }
 
-void endElement(void *feed, const xmlChar *)
+void endElement(void *parse, const xmlChar *)
 {
-    feedOf(feed).parserDidEndElement();
+    feedOf(parse).parserDidEndElement();
 }
 
-void characters(void *feed, const xmlChar *bytes, int length)
+void characters(void *parse, const xmlChar *bytes, int length)
 {
-    feedOf(feed).parserFoundCharacters(text(bytes, length));
+    feedOf(parse).parserFoundCharacters(text(bytes, length));
+}
+
+void entityDeclaration(void *parse, const xmlChar *name, int, const xmlChar *, const xmlChar *, xmlChar *)
+{
+    static_cast<Parse *>(parse)->declared.insert(reinterpret_cast<const char *>(name));
+}
+
+// Asked at every use, and at the declaration itself. An unknown entity is libxml2's to judge.
+xmlEntityPtr entity(void *data, const xmlChar *name)
+{
+    const auto *parse = static_cast<Parse *>(data);
+    const bool isUse = parse->context->inSubset == 0;
+    if (isUse && parse->declared.contains(reinterpret_cast<const char *>(name)))
+        xmlStopParser(parse->context);
+    return xmlGetPredefinedEntity(name);
 }
 
 void ignoreBlock(void *, const xmlChar *, int) { }
@@ -47,6 +70,8 @@ xmlSAXHandler handler()
     sax.characters = characters;
     sax.ignorableWhitespace = characters;
     sax.cdataBlock = ignoreBlock; // without one, CDATA would come as characters
+    sax.entityDecl = entityDeclaration;
+    sax.getEntity = entity;
     sax.warning = ignoreMessage;
     sax.error = ignoreMessage;
     sax.fatalError = ignoreMessage;
@@ -66,10 +91,12 @@ void FeedParser::parse(const QByteArray &document, RSSFeed &feed)
         return;
     xmlInitParser();
     xmlSAXHandler sax = handler();
+    Parse parse{feed};
     const std::unique_ptr<xmlParserCtxt, void (*)(xmlParserCtxtPtr)> context(
-        xmlCreatePushParserCtxt(&sax, &feed, nullptr, 0, nullptr), destroy);
+        xmlCreatePushParserCtxt(&sax, &parse, nullptr, 0, nullptr), destroy);
     if (!context)
         return;
+    parse.context = context.get();
     xmlCtxtUseOptions(context.get(), XML_PARSE_NONET); // alone: no entity is replaced, no DTD loaded, no limit lifted
     // In one go: a second chunk would cut a text in two. After an error nothing more is fed, or it would go on
     // reporting.

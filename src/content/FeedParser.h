@@ -7,6 +7,6 @@ class RSSFeed;
 namespace FeedParser
 {
 // Reports the document's events to the feed, up to its end or its first error. Nothing outside the document is read.
-// A declared entity counts as unknown, so that its first use is an error.
+// The first use of an entity that it declares is an error.
 void parse(const QByteArray &document, RSSFeed &feed);
 } // namespace FeedParser

@@ -11,6 +11,7 @@
 #include <QMessageBox>
 #include <QPointer>
 #include <QPushButton>
+#include <QRegularExpression>
 #include <QScreen>
 #include <QStyle>
 
@@ -18,12 +19,13 @@ using namespace Qt::StringLiterals;
 
 namespace
 {
-// The vendor or a tool may send a text of any length.
+// The vendor or a tool may send a text of any length. A label neither scrolls nor breaks a word.
 bool isLong(const QString &text)
 {
     constexpr qsizetype mostLines = 20;
     constexpr qsizetype mostCharacters = 1000;
-    return text.size() > mostCharacters || text.count(u'\n') >= mostLines;
+    static const QRegularExpression longWord(u"\\S{61}"_s);
+    return text.size() > mostCharacters || text.count(u'\n') >= mostLines || text.contains(longWord);
 }
 
 // In place of the box's own labels: whole, and the buttons stay on the screen.
@@ -31,6 +33,7 @@ void letScroll(QMessageBox &box, const QString &text)
 {
     auto *view = new LongTextView(&box);
     view->showText(text);
+    view->setAccessibleName(text.left(500)); // what a screen reader speaks when the alert opens
     const QFontMetrics metrics = view->fontMetrics();
     const QSize room = box.screen()->availableGeometry().size() / 2;
     view->setMinimumSize(QSize(metrics.averageCharWidth() * 60, metrics.height() * 16).boundedTo(room));
@@ -40,8 +43,10 @@ void letScroll(QMessageBox &box, const QString &text)
 
 void showTexts(QMessageBox &box, const AlertContent &content)
 {
-    if (isLong(content.messageText) || isLong(content.informativeText))
-        return letScroll(box, content.messageText + u"\n\n"_s + content.informativeText);
+    const bool isBoth = !content.informativeText.isEmpty();
+    const QString text = content.messageText + (isBoth ? u"\n\n"_s + content.informativeText : QString());
+    if (isLong(text))
+        return letScroll(box, text);
     box.setText(content.messageText);
     box.setInformativeText(content.informativeText);
     for (QLabel *label : box.findChildren<QLabel *>()) { // the box's own properties miss the informative text

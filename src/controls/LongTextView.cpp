@@ -6,6 +6,8 @@
 
 #include <algorithm>
 
+using namespace Qt::StringLiterals;
+
 namespace
 {
 constexpr qsizetype LongestPiece = 2000;
@@ -13,23 +15,30 @@ constexpr int GoesOn = 1; // a block's state: the line goes on in the next block
 
 struct Pieces {
     QString text;
-    QList<int> goingOn; // the numbers of these blocks
+    QList<int> cuts; // positions of the line ends that are cuts
 };
+
+// Every kind of line end becomes the one that makes a block, so that positions in the text are positions in the view.
+QString withPlainLineEnds(QString text)
+{
+    return text.replace(u"\r\n"_s, u"\n"_s).replace(u'\r', u'\n').replace(QChar::ParagraphSeparator, u'\n');
+}
 
 Pieces piecesOf(const QString &text)
 {
     Pieces pieces;
-    int block = 0;
-    for (const QStringView line : QStringView(text).tokenize(u'\n')) {
-        qsizetype from = 0;
-        for (; line.size() - from > LongestPiece; from += LongestPiece) {
-            pieces.text += line.sliced(from, LongestPiece);
+    pieces.text.reserve(text.size());
+    for (QStringView line : QStringView(text).tokenize(u'\n')) {
+        while (line.size() > LongestPiece) {
+            const bool splitsPair = line[LongestPiece].isLowSurrogate();
+            const qsizetype size = splitsPair ? LongestPiece - 1 : LongestPiece;
+            pieces.text += line.first(size);
+            pieces.cuts.append(int(pieces.text.size()));
             pieces.text += u'\n';
-            pieces.goingOn.append(block++);
+            line = line.sliced(size);
         }
-        pieces.text += line.sliced(from);
+        pieces.text += line;
         pieces.text += u'\n';
-        ++block;
     }
     pieces.text.chop(1);
     return pieces;
@@ -45,10 +54,10 @@ LongTextView::LongTextView(QWidget *parent) : QPlainTextEdit(parent)
 
 void LongTextView::showText(const QString &text)
 {
-    const Pieces pieces = piecesOf(text);
+    const Pieces pieces = piecesOf(withPlainLineEnds(text));
     setPlainText(pieces.text);
-    for (const int number : pieces.goingOn)
-        document()->findBlockByNumber(number).setUserState(GoesOn);
+    for (const int cut : pieces.cuts)
+        document()->findBlock(cut).setUserState(GoesOn);
 }
 
 QMimeData *LongTextView::createMimeDataFromSelection() const

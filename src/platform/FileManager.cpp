@@ -6,27 +6,45 @@
 #include <QFile>
 #include <QSaveFile>
 
+#include <string>
+
 #include <fcntl.h>
+#include <stdio.h> // renameat2
 
 using namespace PosixFile;
 
 namespace
 {
-// What is being copied stands under this name, beside its place, until it is whole. It is no name of an add-on, and too
-// short to be refused where the real name is not.
-const FilePath partial = ".wayfar-copy";
-
-FileError noPath()
-{
-    return errorOf(ENOENT, {});
-}
-
 FileError removeOwn(const FilePath &copy)
 {
     if (!FileManager::itemExists(copy))
         return {};
     FileManager::makeTreeWritable(copy); // read-only folders in it could not be removed
     return FileManager::removeItem(copy);
+}
+
+// What is being copied stands beside its place, until it is whole, under a name that is no name of an add-on, and too
+// short to be refused where the real name is not. What a kill left there is removed; where that is refused, or where it
+// is the source itself, the next name is taken.
+FilePath partialBeside(const FilePath &place, const FilePath &source)
+{
+    FilePath partial = place.parent_path() / ".wayfar-copy";
+    for (int number = 2; partial == source || removeOwn(partial); ++number)
+        partial = place.parent_path() / (".wayfar-copy-" + std::to_string(number));
+    return partial;
+}
+
+// Replaces nothing, where the file system can promise that.
+bool renameToFreePlace(const FilePath &from, const FilePath &to)
+{
+    if (::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0)
+        return true;
+    return (errno == EINVAL || errno == ENOSYS) && ::rename(from.c_str(), to.c_str()) == 0;
+}
+
+FileError noPath()
+{
+    return errorOf(ENOENT, {});
 }
 
 // A file system that does not tell is asked.
@@ -120,11 +138,11 @@ FileError FileManager::copyItem(const OptionalPath &source, const OptionalPath &
     if (itemExists(destination))
         return errorOf(EEXIST, *destination);
     const FilePath place = destination->has_filename() ? *destination : destination->parent_path();
-    const FilePath copy = place.parent_path() / partial;
-    if (const FileError error = removeOwn(copy)) // left by a copy that was killed
-        return error;
+    if (!destination->has_filename() && !isDirectory(source))
+        return errorOf(ENOTDIR, *destination); // a slash at its end asks for a folder
+    const FilePath copy = partialBeside(place, *source);
     FileError error = FileCopy::copyEntry(*source, copy);
-    if (!error && ::rename(copy.c_str(), place.c_str()) != 0)
+    if (!error && !renameToFreePlace(copy, place))
         error = lastError(place);
     if (error)
         (void)removeOwn(copy);

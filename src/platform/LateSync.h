@@ -14,23 +14,26 @@
 class LateSync
 {
 public:
-    LateSync() = default;
+    explicit LateSync(const QString &lockFile); // held with flock(2) by every writer of the file
     ~LateSync(); // forces at once what is waiting
     LateSync(const LateSync &) = delete;
     LateSync &operator=(const LateSync &) = delete;
 
     static QString safeCopy(const QString &file);
 
-    // Around a replacement of the file, under the lock that all its writers take. Any thread.
-    void aboutToReplace(const QString &file);
+    // Before and after a replacement of the file, under its lock. False when no safe copy could be made: the new
+    // version has to be forced before it takes the old one's name. Any thread.
+    [[nodiscard]] bool aboutToReplace(const QString &file);
     void replaced(const QString &file);
-    // Returns when the last version is on disk.
-    void finish();
+    // Returns when the last version is on disk, or the disk has refused it, or after the time.
+    void finish(std::chrono::milliseconds atMost);
 
 private:
     void work();
-    void force(const QString &file);
+    bool force(const QString &file);
+    bool removeSafeCopy(const QString &file);
 
+    const QString m_lockFile;
     std::mutex m_mutex;
     std::condition_variable m_changed;
     std::optional<QString> m_waiting; // the file that is to be forced

@@ -2,6 +2,8 @@
 
 #include <utility>
 
+using namespace std::chrono_literals;
+
 UrlTransfer::UrlTransfer(const UrlLoaderSettings &settings, const UrlRequest &request,
                          const std::shared_ptr<UrlConnectionDelegate> &delegate, QObject *parent)
     : QObject(parent), m_delegate(delegate), m_multi(curl_multi_init()), m_handle(curl_easy_init())
@@ -96,8 +98,9 @@ void UrlTransfer::watchPatience()
     const std::chrono::milliseconds left = m_exchange->patienceLeft();
     if (m_isOver)
         return;
-    if (left > std::chrono::milliseconds::zero())
-        m_patience.start(left);
+    const bool isLate = left < -500ms && !std::exchange(m_wasLate, true); // and so may be the vendor's next byte
+    if (left > 0ms || isLate)
+        m_patience.start(isLate ? 2s : left);
     else
         hopEnded(CURLE_OPERATION_TIMEDOUT);
 }

@@ -38,5 +38,6 @@ private:
     QHash<curl_socket_t, Watch> m_watches;
     QTimer m_timer; // libcurl's
     QTimer m_patience;
+    bool m_wasLate = false;
     bool m_isOver = false;
 };

@@ -16,6 +16,7 @@
 #include <unistd.h>
 
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
 
 namespace
 {
@@ -75,45 +76,58 @@ bool setAside(const QString &file)
     return true;
 }
 
-// What was on disk before a loss of power left a half-written file.
-std::optional<QJsonObject> safeVersion(const QString &file)
+// A link stays a link: what it leads to, through others, is replaced.
+QString targetOf(const QString &path)
+{
+    const QString target = QFileInfo(path).canonicalFilePath(); // empty for a link that dangles
+    const QFileInfo link(path);
+    return !target.isEmpty() ? target : link.isSymLink() ? link.symLinkTarget() : path;
+}
+
+QString lockOf(const QString &file)
+{
+    return file + u".lock"_s;
+}
+
+// What was on disk before a loss of power tore the file. A file with something in it is never lost.
+std::optional<QJsonObject> safeVersion(const QString &file, const QByteArray &torn)
 {
     const QString copy = LateSync::safeCopy(file);
     const auto object = objectFrom(FileManager::contentsOfFile(toPath(copy)).value_or(""));
-    return object && QFile::remove(file) && QFile::rename(copy, file) ? object : std::nullopt;
+    const bool isEmpty = torn.count('\0') == torn.size();
+    if (!object || !(isEmpty || setAside(file)))
+        return std::nullopt;
+    if (::rename(QFile::encodeName(copy).constData(), QFile::encodeName(file).constData()) != 0)
+        return std::nullopt;
+    SystemLog::write(u"The preferences were half written and are the older ones again: "_s + file);
+    return object;
 }
 
 // Nothing when the file is there and can't be opened: it may hold anything, and must not be replaced.
 std::optional<QJsonObject> readOrSetAside(const QString &file)
 {
     if (!QFileInfo::exists(file))
-        return QJsonObject();
+        return safeVersion(targetOf(file), {}).value_or(QJsonObject());
     const auto bytes = FileManager::contentsOfFile(toPath(file));
     if (!bytes)
         return std::nullopt;
     if (const auto object = objectFrom(*bytes))
         return object;
-    if (const auto object = safeVersion(file))
+    if (const auto object = safeVersion(targetOf(file), *bytes))
         return object;
     return setAside(file) ? std::optional(QJsonObject()) : std::nullopt;
 }
 
-QString targetOf(const QString &path)
-{
-    const QFileInfo link(path);
-    return link.isSymLink() ? link.symLinkTarget() : path;
-}
-
 // Through a file of one fixed name, which only the holder of the lock writes: the next write replaces what a killed one
 // left, and the password in it. QSaveFile would leave files of random names for ever.
-bool replaceFile(const QString &target, const QJsonObject &object)
+bool replaceFile(const QString &target, const QJsonObject &object, bool isSafe)
 {
     if (QFileInfo::exists(target) && !QFileInfo(target).isWritable())
         return false; // it was made read-only on purpose
     const QByteArray bytes = QJsonDocument(object).toJson();
     QFile file(target + u".new"_s);
     const bool written = file.open(QIODevice::WriteOnly | QIODevice::Unbuffered) && file.setPermissions(ownerOnly)
-        && file.write(bytes) == bytes.size();
+        && file.write(bytes) == bytes.size() && (isSafe || ::fsync(file.handle()) == 0);
     file.close();
     if (written && file.error() == QFileDevice::NoError
         && ::rename(QFile::encodeName(file.fileName()).constData(), QFile::encodeName(target).constData()) == 0)
@@ -134,7 +148,8 @@ std::optional<FileVersion> versionOf(const QString &file)
 
 UserDefaults::UserDefaults() : UserDefaults(preferencesFiles().constFirst(), preferencesFiles().sliced(1)) { }
 
-UserDefaults::UserDefaults(const QString &userFile, const QStringList &systemFiles) : m_userFile(userFile)
+UserDefaults::UserDefaults(const QString &userFile, const QStringList &systemFiles)
+    : m_userFile(userFile), m_sync(lockOf(userFile))
 {
     for (auto file = systemFiles.crbegin(); file != systemFiles.crend(); ++file)
         mergeInto(m_system,
@@ -186,7 +201,8 @@ void UserDefaults::synchronize()
     const QMutexLocker lock(&m_mutex);
     const auto bytes = FileManager::contentsOfFile(toPath(m_userFile));
     const auto object = bytes ? objectFrom(*bytes) : std::nullopt;
-    if (!m_pending.isEmpty() || (!object && QFileInfo::exists(m_userFile)))
+    const QString safeCopy = LateSync::safeCopy(targetOf(m_userFile));
+    if (!m_pending.isEmpty() || (!object && (QFileInfo::exists(m_userFile) || QFileInfo::exists(safeCopy))))
         store(); // writes, or sets aside what can't be read
     else
         m_user = object.value_or(QJsonObject());
@@ -195,7 +211,7 @@ void UserDefaults::synchronize()
 
 void UserDefaults::forceToDisk()
 {
-    m_sync.finish();
+    m_sync.finish(2s);
 }
 
 void UserDefaults::store()
@@ -205,7 +221,7 @@ void UserDefaults::store()
         return logOnce(error.description);
     ::chmod(QFile::encodeName(file.path()).constData(), 0700);
 
-    const FileLock lock(m_userFile + u".lock"_s);
+    const FileLock lock(lockOf(m_userFile));
     if (!lock.isHeld())
         return logOnce(u"no lock"_s);
     const bool isAsWeLeftIt = m_version && m_version == versionOf(m_userFile);
@@ -223,8 +239,7 @@ void UserDefaults::store()
 bool UserDefaults::replace(const QJsonObject &object)
 {
     const QString target = targetOf(m_userFile);
-    m_sync.aboutToReplace(target);
-    const bool done = replaceFile(target, object);
+    const bool done = replaceFile(target, object, m_sync.aboutToReplace(target));
     m_sync.replaced(target);
     return done;
 }

@@ -46,7 +46,7 @@ public:
     QJsonObject dictionaryRepresentation() const;
     // Writes what is pending and reads what other processes stored.
     void synchronize();
-    // Returns when everything written is on disk; the destructor does the same.
+    // Returns when everything written is on disk, or after two seconds; the destructor waits longer.
     void forceToDisk();
 
 private:

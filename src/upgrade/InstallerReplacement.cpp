@@ -16,8 +16,10 @@ std::optional<PrivilegedOutcome> InstallerReplacement::move(const FilePath &sour
 {
     // Half a bundle, of a copy that was killed, would be taken for the one that is already there.
     const QString place = toText(destination);
-    if (Bundle::isBundle(place) && Bundle::programOf(place).isEmpty())
+    if (FileManager::itemExists(source) && Bundle::isBundle(place) && Bundle::programOf(place).isEmpty()) {
+        FileManager::makeTreeWritable(destination);
         (void)FileManager::removeItem(destination);
+    }
     if (FileManager::moveItem(source, destination).code != FileError::NoWritePermission)
         return std::nullopt; // moved, or a failure that a password would not help
     return PrivilegedRun::run(runner, "cp -r '%@' '%@'", {source, destination});

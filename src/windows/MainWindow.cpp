@@ -59,8 +59,9 @@ void MainWindow::bind()
            [this] { m_ui->mainButton->setText(m_state.buttonText().value_or(QString())); });
     follow(&ShownState::statusStrChanged, [this] {
         m_ui->statusLabel->setText(m_state.statusStr().value_or(QString()));
-        // A screen reader speaks the change to whoever sits on the button.
-        m_ui->mainButton->setAccessibleDescription(m_ui->statusLabel->accessibleName());
+        // A screen reader speaks a change of what has the keyboard: the button, or the content while it is disabled.
+        for (QWidget *focused : {static_cast<QWidget *>(m_ui->mainButton), m_ui->centralWidget})
+            focused->setAccessibleDescription(m_ui->statusLabel->accessibleName());
     });
     follow(&ShownState::updateProgressbarChanged,
            [this] { m_ui->progressIndicator->setPercentage(m_state.updateProgressbar()); });

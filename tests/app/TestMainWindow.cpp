@@ -323,6 +323,7 @@ void TestMainWindow::aToolHearsWhatIsShownAndWhatItIsAbout()
         QCOMPARE(interface("statusLabel")->text(QAccessible::Name), status);
         // Whoever sits on the button hears a change of its description.
         QCOMPARE(interface("mainButton")->text(QAccessible::Description), status);
+        QCOMPARE(interface("centralWidget")->text(QAccessible::Description), status); // while the button is disabled
     }
 }
 

@@ -39,6 +39,7 @@ private Q_SLOTS:
     void elementsInOneAnotherEndNothing();
     void aDeclarationChangesNothing_data();
     void aDeclarationChangesNothing();
+    void aUseEndsTheDocument_data();
     void aUseEndsTheDocument();
     void entitiesDontGrow_data();
     void entitiesDontGrow();
@@ -85,9 +86,27 @@ void TestRSSFeedBombs::aDeclarationChangesNothing()
     QCOMPARE(FeedPages::made(feedWith(declarations, "Salt")), FeedPages::page(postLine));
 }
 
+void TestRSSFeedBombs::aUseEndsTheDocument_data()
+{
+    QTest::addColumn<QByteArray>("type"); // of the document
+    QTest::addColumn<QByteArray>("use");
+    const QByteArray inText = "<title>&a; and more</title>";
+    const QByteArray inAttribute = "<title x=\"&a;\">more</title>";
+    for (const auto &[name, type] :
+         {std::pair("alone", QByteArray("<!DOCTYPE rss [")),
+          std::pair("beside a public one", QByteArray("<!DOCTYPE rss PUBLIC \"-//a\" \"x\" [")),
+          std::pair("beside a system's", QByteArray("<!DOCTYPE rss SYSTEM \"x\" ["))}) {
+        QTest::addRow("%s, in a text", name) << type << inText;
+        QTest::addRow("%s, in an attribute", name) << type << inAttribute;
+    }
+}
+
 void TestRSSFeedBombs::aUseEndsTheDocument()
 {
-    const QByteArray document = feedWith("<!ENTITY a \"x\">", "Salt</title>" + post + "<title>&a;");
+    QFETCH(const QByteArray, type);
+    QFETCH(const QByteArray, use);
+    const QByteArray document =
+        type + "<!ENTITY a \"x\">]><rss>" + post + "<a>&amp;&#38;&lt;</a>" + post + use + post + "</rss>";
     QCOMPARE(FeedPages::made(document), FeedPages::page(postLine + postLine));
 }
 

@@ -135,6 +135,8 @@ void TestAlertWindow::aLongTextLeavesTheButtonsInReach_data()
     const QString hundredLines = u"A line of the page\n"_s.repeated(100);
     const QString megabyte = u"word "_s.repeated(200 * 1024);
     QTest::newRow("hundred lines") << hundredLines << u"Upgrade?"_s;
+    QTest::newRow("nineteen lines twice") << u"line\n"_s.repeated(19) << u"line\n"_s.repeated(19);
+    QTest::newRow("a long word") << QString(400, u'W') << u"Upgrade?"_s;
     QTest::newRow("empty lines") << QString(1000, u'\n') << u"Upgrade?"_s;
     QTest::newRow("a megabyte") << megabyte << u"Upgrade?"_s;
     QTest::newRow("a megabyte without a blank") << QString(1024 * 1024, u'W') << u"Upgrade?"_s;
@@ -172,6 +174,9 @@ void TestAlertWindow::aTextIsShownWholeAndCanBeCopied_data()
     QTest::newRow("a page") << u"A line of the page\n"_s.repeated(100);
     QTest::newRow("a line of many words") << u"word "_s.repeated(20000);
     QTest::newRow("a line without a blank") << QString(100000, u'W');
+    QTest::newRow("a long word") << u"Look at "_s + QString(400, u'W');
+    QTest::newRow("pairs of code units") << u"\U0001F4BE"_s.repeated(3000);
+    QTest::newRow("other line ends") << u"first\rsecond\n"_s + QString(5000, u'W') + u"\nlast"_s;
 }
 
 void TestAlertWindow::aTextIsShownWholeAndCanBeCopied()
@@ -190,7 +195,7 @@ void TestAlertWindow::aTextIsShownWholeAndCanBeCopied()
         }
         shut(box);
     });
-    QCOMPARE(copied, text.trimmed());
+    QCOMPARE(copied, QString(text).replace(u'\r', u'\n').trimmed());
     QCOMPARE(answer, Alert::DefaultReturn);
 }
 

@@ -23,7 +23,8 @@ public:
 private Q_SLOTS:
     void aKilledCopyIsNotThereAndTheNextOneIsWhole();
     void aFailedCopyLeavesNothing();
-    void leftoversOfAnotherUserAreARefusal();
+    void leftoversThatMustStayAreNoHindrance();
+    void aSlashAtTheEndAsksForAFolder();
 
 private:
     static FilePath path(const QTemporaryDir &folder, const char *name) { return toPath(folder.path()) / name; }
@@ -62,15 +63,32 @@ void TestKilledCopy::aFailedCopyLeavesNothing()
     QCOMPARE(FileManager::contentsOfDirectory(toPath(folder.path())), QList<FilePath>{"source"});
 }
 
-void TestKilledCopy::leftoversOfAnotherUserAreARefusal()
+void TestKilledCopy::leftoversThatMustStayAreNoHindrance()
 {
     const QTemporaryDir folder;
     QVERIFY(!FileManager::writeAtomically(path(folder, "source"), "x"));
     QVERIFY(!FileManager::createDirectory(path(folder, ".wayfar-copy/others"), true));
     QProcess::execute(u"chmod"_s, {u"-R"_s, u"0777"_s, folder.path()});
     QProcess::execute(u"chmod"_s, {u"0555"_s, folder.filePath(u".wayfar-copy"_s)});
-    const OrdinaryUser player; // who does not own the leftovers
-    QCOMPARE(FileManager::copyItem(path(folder, "source"), path(folder, "copy")).code, FileError::NoWritePermission);
+    {
+        const OrdinaryUser player; // who does not own the leftovers, and may not remove them
+        QVERIFY(!FileManager::copyItem(path(folder, "source"), path(folder, "copy")));
+    }
+    QVERIFY(FileManager::itemExists(path(folder, ".wayfar-copy/others")));
+    QCOMPARE(FileManager::contentsOfDirectory(toPath(folder.path())).size(), 3);
+    QVERIFY(!FileManager::copyItem(path(folder, ".wayfar-copy"), path(folder, "another"))); // its source stays
+    QVERIFY(FileManager::itemExists(path(folder, ".wayfar-copy/others")));
+}
+
+void TestKilledCopy::aSlashAtTheEndAsksForAFolder()
+{
+    const QTemporaryDir folder;
+    QVERIFY(!FileManager::writeAtomically(path(folder, "file"), "x"));
+    QVERIFY(!FileManager::createDirectory(path(folder, "source"), false));
+    QCOMPARE(FileManager::copyItem(path(folder, "file"), path(folder, "copy/")).code, FileError::Unknown);
+    QVERIFY(!FileManager::itemExists(path(folder, "copy")));
+    QVERIFY(!FileManager::copyItem(path(folder, "source"), path(folder, "copy/")));
+    QVERIFY(FileManager::isDirectory(path(folder, "copy")));
 }
 
 int main(int argc, char **argv)

@@ -1,5 +1,6 @@
 #include "platform/UserDefaults.h"
 
+#include <QDir>
 #include <QFile>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -8,6 +9,7 @@
 #include <QThread>
 
 #include <atomic>
+#include <cerrno>
 
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -19,6 +21,7 @@ namespace
 std::atomic_int forcings = 0;
 std::atomic_bool inTheCallersThread = false;
 std::atomic_bool powerIsLost = false;
+std::atomic_bool hasNoLinks = false;
 } // namespace
 
 // Stands in for the disk: tells who forces it, and after a loss of power forces nothing.
@@ -27,7 +30,15 @@ extern "C" int fsync(int descriptor)
     ++forcings;
     if (QThread::currentThread() == QCoreApplication::instance()->thread())
         inTheCallersThread = true;
+    errno = EIO;
     return powerIsLost ? -1 : static_cast<int>(::syscall(SYS_fsync, descriptor));
+}
+
+// And for a file system without hard links.
+extern "C" int link(const char *from, const char *to)
+{
+    errno = EPERM;
+    return hasNoLinks ? -1 : static_cast<int>(::syscall(SYS_link, from, to));
 }
 
 // A change stands in the file at once, and is forced to disk later, once for many changes, by another thread.
@@ -40,8 +51,11 @@ private Q_SLOTS:
 
     void manyChangesAreForcedOnceByAnotherThread();
     void theEndForcesWhatIsWaiting();
+    void afterALossOfPowerTheVersionOnDiskIsRead_data();
     void afterALossOfPowerTheVersionOnDiskIsRead();
+    void aFileWithSomethingInItIsSetAside();
     void aKilledProgramsSafeCopyGoesWithTheNextStart();
+    void withoutLinksTheNewVersionIsForcedBeforeItReplacesTheOldOne();
 
 private:
     QString file() const { return m_folder->filePath(u"preferences.json"_s); }
@@ -63,6 +77,7 @@ void TestLateSync::init()
     forcings = 0;
     inTheCallersThread = false;
     powerIsLost = false;
+    hasNoLinks = false;
 }
 
 void TestLateSync::manyChangesAreForcedOnceByAnotherThread()
@@ -90,8 +105,25 @@ void TestLateSync::theEndForcesWhatIsWaiting()
              (QStringList{u"preferences.json"_s, u"preferences.json.lock"_s}));
 }
 
+void TestLateSync::afterALossOfPowerTheVersionOnDiskIsRead_data()
+{
+    QTest::addColumn<QByteArray>("torn"); // what some file systems make of a file that was not forced
+    QTest::addColumn<bool>("isLinked");
+    QTest::newRow("empty") << QByteArray("") << false;
+    QTest::newRow("zeros") << QByteArray(4096, '\0') << false;
+    QTest::newRow("gone") << QByteArray() << false;
+    QTest::newRow("behind a link") << QByteArray("") << true;
+}
+
 void TestLateSync::afterALossOfPowerTheVersionOnDiskIsRead()
 {
+    QFETCH(const QByteArray, torn);
+    QFETCH(const bool, isLinked);
+    const QString target = isLinked ? m_folder->filePath(u"elsewhere/p.json"_s) : file();
+    if (isLinked) {
+        QDir().mkpath(m_folder->filePath(u"elsewhere"_s));
+        QVERIFY(QFile::link(target, file()));
+    }
     {
         UserDefaults defaults(file(), {});
         defaults.setObject(u"name"_s, u"rowan"_s);
@@ -99,12 +131,46 @@ void TestLateSync::afterALossOfPowerTheVersionOnDiskIsRead()
         powerIsLost = true;
         defaults.setObject(u"name"_s, u"never on disk"_s);
     }
-    QFile torn(file()); // what some file systems make of a file that was not forced
-    QVERIFY(torn.open(QIODevice::WriteOnly));
-    torn.close();
+    QVERIFY(QFile::remove(target));
+    QFile rest(target);
+    QVERIFY(torn.isNull() || (rest.open(QIODevice::WriteOnly) && rest.write(torn) == torn.size()));
+    rest.close();
     const UserDefaults defaults(file(), {});
     QCOMPARE(defaults.stringForKey(u"name"_s), std::optional(u"rowan"_s));
     QCOMPARE(storedName(), u"rowan"_s);
+    QCOMPARE(QFileInfo(file()).isSymLink(), isLinked);
+}
+
+void TestLateSync::aFileWithSomethingInItIsSetAside()
+{
+    {
+        UserDefaults defaults(file(), {});
+        defaults.setObject(u"name"_s, u"rowan"_s);
+        defaults.forceToDisk();
+        powerIsLost = true;
+        defaults.setObject(u"name"_s, u"newer"_s);
+    }
+    QFile byHand(file());
+    QVERIFY(byHand.open(QIODevice::WriteOnly));
+    byHand.write(R"({"name": "a slip of the pen")");
+    byHand.close();
+    const UserDefaults defaults(file(), {});
+    QCOMPARE(defaults.stringForKey(u"name"_s), std::optional(u"rowan"_s));
+    QVERIFY(QFile::exists(file() + u".broken"_s));
+}
+
+void TestLateSync::withoutLinksTheNewVersionIsForcedBeforeItReplacesTheOldOne()
+{
+    UserDefaults defaults(file(), {});
+    defaults.setObject(u"name"_s, u"rowan"_s);
+    defaults.forceToDisk();
+    hasNoLinks = true;
+    inTheCallersThread = false;
+    defaults.setObject(u"name"_s, u"newer"_s);
+    QVERIFY(inTheCallersThread);
+    powerIsLost = true;
+    defaults.setObject(u"name"_s, u"never on disk"_s);
+    QCOMPARE(storedName(), u"newer"_s);
 }
 
 void TestLateSync::aKilledProgramsSafeCopyGoesWithTheNextStart()

@@ -58,6 +58,7 @@ private Q_SLOTS:
     void theBundleOfAnEarlierUnpackIsTakenWhenTheArchiveHasNone();
     void anExistingDestinationStays_data();
     void anExistingDestinationStays();
+    void aBundleWithoutAProgramStaysWhenNoneCame();
     void aBundleWithoutAProgramIsReplaced();
     void aMissingApplicationFolderIsNotMade();
     void anotherDiskGetsACopyAndTheSourceGoes();
@@ -199,6 +200,13 @@ void TestInstallerReplacement::anExistingDestinationStays()
     QVERIFY(!m_test->installAsThePlayer());
     QCOMPARE(treeOf(m_test->applicationFolder()), tree);
     QCOMPARE(m_test->versionIn(m_test->unpacked()), "1.3.0"); // left where it was unpacked
+}
+
+void TestInstallerReplacement::aBundleWithoutAProgramStaysWhenNoneCame()
+{
+    runIn(m_test->applicationFolder(), "mkdir -p WayfarRoutes_1.3.0.app/usr; echo half >WayfarRoutes_1.3.0.app/usr/x");
+    QVERIFY(!m_test->install("no archive"));
+    QVERIFY(QFile::exists(m_test->newBundle() + u"/usr/x"_s));
 }
 
 void TestInstallerReplacement::aBundleWithoutAProgramIsReplaced()

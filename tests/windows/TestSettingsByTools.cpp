@@ -76,8 +76,19 @@ void TestSettingsByTools::fillingTheWindowStoresNothing()
     const QJsonObject before = defaults.dictionaryRepresentation();
     const QByteArray file = m_world->read(m_world->preferencesFile());
     SettingsWindow window(defaults, nullptr);
-    window.showStored();
     QCOMPARE(window.findChild<QLineEdit *>(u"userNameField"_s)->text(), u"rowan"_s);
+    QVERIFY(window.findChild<QCheckBox *>(u"autoLaunchBox"_s)->isChecked());
+    for (QLineEdit *field : window.findChildren<QLineEdit *>()) {
+        const QSignalBlocker isNotStored(field);
+        field->clear();
+    }
+    {
+        auto *box = window.findChild<QCheckBox *>(u"autoLaunchBox"_s);
+        const QSignalBlocker isNotStored(box);
+        box->setChecked(false);
+    }
+    window.showStored(); // changes every control
+    QCOMPARE(window.findChild<QLineEdit *>(u"passwordField"_s)->text(), u"secret"_s);
     QVERIFY(window.findChild<QCheckBox *>(u"autoLaunchBox"_s)->isChecked());
     QCOMPARE(m_world->read(m_world->preferencesFile()), file);
     QCOMPARE(defaults.dictionaryRepresentation(), before);

@@ -2,8 +2,17 @@
 add_library(wayfar_options INTERFACE)
 target_compile_features(wayfar_options INTERFACE cxx_std_20)
 target_include_directories(wayfar_options INTERFACE ${CMAKE_SOURCE_DIR}/src)
-target_compile_options(wayfar_options INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wnon-virtual-dtor
+target_compile_options(wayfar_options INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor
     -Woverloaded-virtual)
+# From Qt 6.8 on, the macros by which tests wait convert times themselves.
+if(Qt6_VERSION VERSION_GREATER_EQUAL 6.8)
+    target_compile_options(wayfar_options INTERFACE
+        $<$<NOT:$<BOOL:$<TARGET_PROPERTY:WAYFAR_WAITS_BY_QT>>>:-Wconversion>)
+else()
+    target_compile_options(wayfar_options INTERFACE -Wconversion)
+endif()
+# For libraries and programs alike: a precompiled header serves only those that were compiled as it was.
+target_compile_options(wayfar_options INTERFACE -fPIC)
 target_compile_options(wayfar_options INTERFACE -ffile-prefix-map=${CMAKE_SOURCE_DIR}=.) # the same bytes anywhere
 target_compile_definitions(wayfar_options INTERFACE
     QT_NO_CAST_FROM_ASCII
@@ -20,7 +29,6 @@ if(WAYFAR_SANITIZE)
 endif()
 
 set(CMAKE_CXX_EXTENSIONS OFF)
-set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 
 find_program(CCACHE ccache)
 if(CCACHE)

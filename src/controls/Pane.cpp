@@ -9,6 +9,9 @@
 #include <QWebEngineFullScreenRequest>
 #include <QWebEngineNewWindowRequest>
 #include <QWebEnginePage>
+#if QT_VERSION >= QT_VERSION_CHECK(6, 8, 0)
+#include <QWebEnginePermission>
+#endif
 #include <QWebEngineProfile>
 #include <QWebEngineScript>
 #include <QWebEngineScriptCollection>
@@ -80,9 +83,14 @@ public:
             if (mayGoTo(request.requestedUrl()))
                 load(request.requestedUrl());
         });
+#if QT_VERSION >= QT_VERSION_CHECK(6, 8, 0)
+        connect(this, &QWebEnginePage::permissionRequested, this,
+                [](QWebEnginePermission permission) { permission.deny(); });
+#else
         connect(this, &QWebEnginePage::featurePermissionRequested, this, [this](const QUrl &origin, Feature feature) {
             setFeaturePermission(origin, feature, PermissionDeniedByUser);
         });
+#endif
         connect(this, &QWebEnginePage::fullScreenRequested, this,
                 [](QWebEngineFullScreenRequest request) { request.reject(); });
         connect(this, &QWebEnginePage::loadStarted, this, [this] { isLeaving = false; });
@@ -106,12 +114,24 @@ protected:
     // A page's dialog would look like one of ours: none is shown. The question whether to leave is answered with yes
     // when we replace the page.
     void javaScriptAlert(const QUrl &, const QString &) override { }
-    bool javaScriptConfirm(const QUrl &, const QString &) override { return isLeaving; }
-    bool javaScriptPrompt(const QUrl &, const QString &, const QString &, QString *) override { return false; }
-    QStringList chooseFiles(FileSelectionMode, const QStringList &, const QStringList &) override { return {}; }
+    bool javaScriptConfirm(const QUrl &, const QString &) override
+    {
+        return isLeaving;
+    }
+    bool javaScriptPrompt(const QUrl &, const QString &, const QString &, QString *) override
+    {
+        return false;
+    }
+    QStringList chooseFiles(FileSelectionMode, const QStringList &, const QStringList &) override
+    {
+        return {};
+    }
 
 private:
-    bool mayGoTo(const QUrl &url) { return policy && policy->webViewDecidePolicyForNavigationAction(url); }
+    bool mayGoTo(const QUrl &url)
+    {
+        return policy && policy->webViewDecidePolicyForNavigationAction(url);
+    }
 };
 
 Pane::Pane(QWidget *parent)

@@ -14,7 +14,7 @@ class TestPlayWaits : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void theWindowGoesOnAndTakesNoInput();
+    void theWindowGoesOnWithTheWaitCursor();
 
 private:
     // Looks at the program while the launcher is being opened.
@@ -29,7 +29,7 @@ private:
     };
 };
 
-void TestPlayWaits::theWindowGoesOnAndTakesNoInput()
+void TestPlayWaits::theWindowGoesOnWithTheWaitCursor()
 {
     TestWorld world;
     world.goOffline();

@@ -40,13 +40,14 @@ QWidget *visibleWindow(const QString &layout)
     return nullptr;
 }
 
-// The text of a page is dark on light paper.
+// A text stands out from the page's ground, which is seen in its corner.
 bool showsText(const QImage &page)
 {
     const QImage image = page.convertToFormat(QImage::Format_Grayscale8);
+    const int ground = *image.constScanLine(0);
     for (int y = 0; y < image.height(); ++y) {
         const uchar *line = image.constScanLine(y);
-        if (std::any_of(line, line + image.width(), [](uchar grey) { return grey < 90; }))
+        if (std::any_of(line, line + image.width(), [ground](uchar grey) { return std::abs(grey - ground) > 80; }))
             return true;
     }
     return false;

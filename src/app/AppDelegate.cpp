@@ -163,6 +163,8 @@ void AppDelegate::startDownload()
     setUpdateNotStarted(false);
     m_updateInstaller->setDelegate(this);
     m_updateInstaller->downloadUpdate();
+    m_downloadTime.start();
+    m_paceAge.invalidate();
     setStatusStr(u"Downloading..."_s);
 }
 

@@ -8,6 +8,7 @@
 #include "upgrade/InstallerUpgradeDelegate.h"
 #include "windows/ShownState.h"
 
+#include <QElapsedTimer>
 #include <QJsonObject>
 #include <QPointer>
 #include <QString>
@@ -116,6 +117,7 @@ private:
     void armAutomaticLaunch();
     void openLauncher();
     void startDownload();
+    void showDownloadPace();
     void loadSettingsWindow();
     void storePath(const QString &key, const QString &path);
     void closeSettings();
@@ -138,6 +140,8 @@ private:
     bool m_opensLauncher = false;
     std::unique_ptr<ChangeLog> m_log;
     std::shared_ptr<WayfarUpdateInstaller> m_updateInstaller; // the running transfer owns it too
+    QElapsedTimer m_downloadTime;
+    QElapsedTimer m_paceAge; // since it was shown; not valid before the first time
     std::shared_ptr<InstallerUpgrade> m_upgrade; // the running transfer owns it too
     std::unique_ptr<QThread> m_worker;
 };

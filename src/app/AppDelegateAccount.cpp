@@ -29,7 +29,7 @@ void AppDelegate::showLoginOutcome()
 {
     const UserDefaults &defaults = m_surroundings.defaults;
     if (Preferences::loginFailed.in(defaults))
-        setStatusStr(u"Incorrect Login..."_s);
+        setFailureStr(u"Incorrect Login..."_s);
     else
         setStatusStr(Text::filled(u"Logged in as %@...", {Text::orNull(Preferences::userName.storedIn(defaults))}));
 }

@@ -30,5 +30,5 @@ void AppDelegate::openLauncher()
     if (isOpen)
         m_surroundings.terminate();
     else
-        setStatusStr(u"Failed to launch World of Warcraft Launcher. Please check settings..."_s);
+        setFailureStr(u"Failed to launch World of Warcraft Launcher. Please check settings..."_s);
 }

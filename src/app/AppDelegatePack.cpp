@@ -3,6 +3,7 @@
 #include "controls/Waiting.h"
 #include "pack/PackEntry.h"
 #include "pack/PackInstallation.h"
+#include "pack/WayfarUpdateInstaller.h"
 #include "pack/WayfarVersion.h"
 #include "places/GameFolder.h"
 #include "platform/Alert.h"
@@ -28,11 +29,24 @@ void AppDelegate::updateVersionText()
 void AppDelegate::downloadProgressUpdate(double percentage)
 {
     setUpdateProgressbar(percentage);
+    showDownloadPace();
+}
+
+// Some times a second: nobody could read the news of every piece.
+void AppDelegate::showDownloadPace()
+{
+    if (!m_updateInstaller || (m_paceAge.isValid() && m_paceAge.elapsed() < 250))
+        return;
+    m_paceAge.start();
+    setDownloadPace({.received = m_updateInstaller->totalDownloaded(),
+                     .expected = m_updateInstaller->totalSize(),
+                     .time = std::chrono::milliseconds(m_downloadTime.elapsed())});
 }
 
 void AppDelegate::downloadFinishedWithResult(bool result)
 {
     setUpdateNotStarted(true);
+    setDownloadPace({});
     if (result) {
         setStatusStr(u"Installing..."_s);
         installNewVersion();
@@ -41,7 +55,7 @@ void AppDelegate::downloadFinishedWithResult(bool result)
     }
     m_surroundings.alert.runModal({u"Wayfer Installer failed to download Wayfar Pack update. Please retry and contact "
                                    "Wayfar support if problem persists."_s});
-    setStatusStr(u"Update download failed. Please retry"_s);
+    setFailureStr(u"Update download failed. Please retry"_s);
 }
 
 void AppDelegate::installNewVersion()
@@ -68,7 +82,7 @@ void AppDelegate::showIfFailed(const std::optional<PrivilegedOutcome> &outcome)
     if (!outcome || outcome->done)
         return;
     showFailure(*outcome, u"Wayfar Installer failed to make changes. Reason %@");
-    setStatusStr(u"Installation Failed. Permission issue..."_s);
+    setFailureStr(u"Installation Failed. Permission issue..."_s);
 }
 
 void AppDelegate::showFailure(const PrivilegedOutcome &outcome, QStringView message, const QString &informativeText)

@@ -20,9 +20,8 @@ public:
 
 protected:
     void paintEvent(QPaintEvent *event) override;
-
-private:
     QString shownText() const;
 
+private:
     QString m_text;
 };

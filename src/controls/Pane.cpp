@@ -1,9 +1,11 @@
 #include "controls/Pane.h"
 
 #include "controls/NavigationPolicy.h"
+#include "controls/PageStyle.h"
 #include "controls/Theme.h"
 
 #include <QFileInfo>
+#include <QFontInfo>
 #include <QGuiApplication>
 #include <QWebEngineDownloadRequest>
 #include <QWebEngineFullScreenRequest>
@@ -21,16 +23,6 @@ using namespace Qt::StringLiterals;
 
 namespace
 {
-// It stands first in the page, so that the page's own styles win.
-const QString houseStyle = uR"(
-(function () {
-    const style = document.createElement('style');
-    style.textContent = 'html { color: @ink; line-height: 1.45; } a { color: @link; }'
-        + 'a { text-decoration-thickness: 1px; text-underline-offset: 2px; } ::selection { background: @selection; }';
-    document.head.prepend(style);
-})();
-)"_s;
-
 void restrict(QWebEngineSettings &settings)
 {
     settings.setAttribute(QWebEngineSettings::LocalContentCanAccessFileUrls, false);
@@ -42,13 +34,13 @@ void restrict(QWebEngineSettings &settings)
     settings.setUnknownUrlSchemePolicy(QWebEngineSettings::DisallowUnknownUrlSchemes);
 }
 
-void dress(QWebEngineSettings &settings)
+// The desktop's font, a little larger than in labels: it is for reading.
+void dressText(QWebEngineSettings &settings, const QFont &font)
 {
-    const QString family = QGuiApplication::font().family();
-    settings.setFontFamily(QWebEngineSettings::StandardFont, family);
-    settings.setFontFamily(QWebEngineSettings::SerifFont, family);
-    settings.setFontFamily(QWebEngineSettings::SansSerifFont, family);
-    settings.setFontSize(QWebEngineSettings::DefaultFontSize, 15);
+    for (const auto family :
+         {QWebEngineSettings::StandardFont, QWebEngineSettings::SerifFont, QWebEngineSettings::SansSerifFont})
+        settings.setFontFamily(family, font.family());
+    settings.setFontSize(QWebEngineSettings::DefaultFontSize, qRound(QFontInfo(font).pixelSize() * 1.25));
 }
 
 std::shared_ptr<QWebEngineProfile> sharedProfile()
@@ -59,14 +51,8 @@ std::shared_ptr<QWebEngineProfile> sharedProfile()
         return profile;
     profile = std::make_shared<QWebEngineProfile>(); // without a name: off the record
     restrict(*profile->settings());
-    dress(*profile->settings());
     QObject::connect(profile.get(), &QWebEngineProfile::downloadRequested, profile.get(),
                      [](QWebEngineDownloadRequest *download) { download->cancel(); });
-    QWebEngineScript script;
-    script.setSourceCode(Theme::filled(houseStyle, QGuiApplication::palette()));
-    script.setInjectionPoint(QWebEngineScript::DocumentReady);
-    script.setWorldId(QWebEngineScript::ApplicationWorld);
-    profile->scripts()->insert(script);
     shared = profile;
     return profile;
 }
@@ -77,7 +63,6 @@ class Pane::Page : public QWebEnginePage
 public:
     Page(QWebEngineProfile *profile, QObject *parent) : QWebEnginePage(profile, parent)
     {
-        setBackgroundColor(QColor(Theme::paper));
         // window.open, target=_blank and a middle click come here, and not to acceptNavigationRequest.
         connect(this, &QWebEnginePage::newWindowRequested, this, [this](QWebEngineNewWindowRequest &request) {
             if (mayGoTo(request.requestedUrl()))
@@ -139,6 +124,7 @@ Pane::Pane(QWidget *parent)
 {
     setPage(m_page);
     setContextMenuPolicy(Qt::NoContextMenu); // "Reload" and "View source" are a browser's
+    Theme::follow(*this, [this](const QPalette &palette) { dress(palette); });
 }
 
 Pane::~Pane()
@@ -150,6 +136,26 @@ Pane::~Pane()
 void Pane::setPolicyDelegate(NavigationPolicy *policy)
 {
     m_page->policy = policy;
+}
+
+void Pane::dressPages(const QString &sheet)
+{
+    m_sheet = sheet;
+    dress(window()->palette());
+}
+
+// The page that is shown, and those that come.
+void Pane::dress(const QPalette &palette)
+{
+    dressText(*m_profile->settings(), QGuiApplication::font());
+    m_page->setBackgroundColor(Theme::color(u"paper"_s, palette));
+    QWebEngineScript script;
+    script.setSourceCode(PageStyle::script(m_sheet, palette));
+    script.setInjectionPoint(QWebEngineScript::DocumentReady);
+    script.setWorldId(QWebEngineScript::ApplicationWorld);
+    m_page->scripts().clear();
+    m_page->scripts().insert(script);
+    m_page->runJavaScript(script.sourceCode(), script.worldId());
 }
 
 void Pane::loadFile(const QString &path)

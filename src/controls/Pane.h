@@ -18,13 +18,17 @@ public:
     ~Pane() override;
 
     void setPolicyDelegate(NavigationPolicy *policy); // borrowed; it outlives the pane
+    void dressPages(const QString &sheet); // after the house's style and before the page's own; with Theme's names
     // Loads the file afresh; a missing file leaves the pane empty.
     void loadFile(const QString &path);
 
 private:
     class Page;
 
+    void dress(const QPalette &palette);
+
     // Shared by all panes and deleted after the last; it stores nothing on disk.
     const std::shared_ptr<QWebEngineProfile> m_profile;
     Page *const m_page;
+    QString m_sheet;
 };

@@ -2,33 +2,58 @@
 
 #include "ui_MainWindow.h"
 
+#include "controls/FocusRing.h"
 #include "controls/Theme.h"
 #include "resources/Pictures.h"
 #include "windows/ShownState.h"
 
+#include <QApplication>
 #include <QCloseEvent>
+#include <QFontInfo>
+#include <QLocale>
+
+#include <algorithm>
 
 using namespace Qt::StringLiterals;
 
 namespace
 {
 const QString sheet = uR"(
-QFrame#accountCard, QFrame#newsCard { background: @paper; border: 1px solid @line; border-radius: @card-radius; }
 QLabel[role="heading"] { font-weight: 600; }
 QLabel[role="caption"] { color: @muted; }
 ElidedLabel[role="version"] { font-weight: 600; }
-ElidedLabel#statusLabel { color: @muted; }
-CursorButtons { background: transparent; border: @focus-width solid transparent; }
-CursorButtons:focus { border-color: @focus; outline: @focus-width solid @beside-focus; }
+CursorButtons { background: transparent; border: none; }
 WayfarProgressIndicator { background: @groove; border: none; }
 WayfarProgressIndicator::chunk { background: @action; }
-QPushButton#mainButton { background: @action; color: @on-action; border: @focus-width solid @action;
-    border-radius: @button-radius; padding: 0 28px; font-weight: 600; }
-QPushButton#mainButton:hover { background: @action-hover; border-color: @action-hover; }
-QPushButton#mainButton:pressed { background: @action-pressed; border-color: @action-pressed; }
-QPushButton#mainButton:focus { border-color: @action-focus; }
-QPushButton#mainButton:disabled { background: @groove; border-color: @groove; color: @faint; }
+QPushButton#mainButton { background: @action; color: @on-action; border: none; border-radius: @button-radius;
+    padding: 0 28px; font-weight: 600; }
+QPushButton#mainButton:hover { background: @action-hover; }
+QPushButton#mainButton:pressed { background: @action-pressed; }
+QPushButton#mainButton:disabled { background: @groove; color: @faint; }
 )"_s;
+
+// Each post is a line of title and a line of date, as the feed's page has them.
+const QString newsSheet = uR"(
+body > font { display: block; }
+body > font + br { display: none; }
+body > font[size="3"] { line-height: 1.3; }
+body > font[size="2"] { color: @page-muted; margin: 2px 0 14px; }
+)"_s;
+
+constexpr int widestContent = 1920; // the large banner at twice its size
+constexpr QSize largeBanner(960, 176);
+constexpr QSize smallBanner(300, 100);
+
+QString paceText(const DownloadPace &pace)
+{
+    if (pace.time.count() <= 0)
+        return {};
+    const QLocale locale;
+    const QString received = locale.formattedDataSize(pace.received);
+    const QString size =
+        pace.expected > 0 ? u"%1 of %2"_s.arg(received, locale.formattedDataSize(pace.expected)) : received;
+    return u"%1, %2 per second"_s.arg(size, locale.formattedDataSize(pace.received * 1000 / pace.time.count()));
+}
 } // namespace
 
 MainWindow::MainWindow(const ShownState &state) : m_state(state), m_ui(std::make_unique<Ui::MainWindow>())
@@ -38,6 +63,16 @@ MainWindow::MainWindow(const ShownState &state) : m_state(state), m_ui(std::make
     m_ui->largeImage->setImage(Pictures::imageNamed(u"large"_s));
     m_ui->smallImage->setImage(Pictures::imageNamed(u"small"_s));
     Theme::follow(*m_ui->centralWidget, sheet);
+    Theme::follow(*m_ui->mainButton, [this](const QPalette &) { scaleMainButton(); });
+    m_ui->rssView->dressPages(newsSheet);
+    m_ui->largeImage->setLargestScale(2);
+    m_ui->smallImage->setRoom(smallBanner);
+    for (ImageView *banner : {m_ui->largeImage, m_ui->smallImage})
+        banner->setCornerRadius(Theme::cardRadius);
+    for (QWidget *framed : {static_cast<QWidget *>(m_ui->largeImage), static_cast<QWidget *>(m_ui->smallImage),
+                            static_cast<QWidget *>(m_ui->accountCard), static_cast<QWidget *>(m_ui->newsCard)})
+        new FocusRing(*framed, Theme::cardRadius);
+    new FocusRing(*m_ui->mainButton, Theme::buttonRadius);
     bind();
     connectControls();
 }
@@ -59,12 +94,15 @@ void MainWindow::bind()
            [this] { m_ui->mainButton->setText(m_state.buttonText().value_or(QString())); });
     follow(&ShownState::statusStrChanged, [this] {
         m_ui->statusLabel->setText(m_state.statusStr().value_or(QString()));
+        m_ui->statusLabel->setFailure(m_state.isStatusFailure());
         // A screen reader speaks a change of what has the keyboard: the button, or the content while it is disabled.
         for (QWidget *focused : {static_cast<QWidget *>(m_ui->mainButton), m_ui->centralWidget})
             focused->setAccessibleDescription(m_ui->statusLabel->accessibleName());
     });
     follow(&ShownState::updateProgressbarChanged,
            [this] { m_ui->progressIndicator->setPercentage(m_state.updateProgressbar()); });
+    follow(&ShownState::downloadPaceChanged,
+           [this] { m_ui->progressIndicator->setToolTip(paceText(m_state.downloadPace())); });
     follow(&ShownState::updateNotStartedChanged, [this] { enableMainButton(m_state.updateNotStarted()); });
 }
 
@@ -90,6 +128,44 @@ void MainWindow::connectControls()
     connect(m_ui->changeLogButton, &QPushButton::clicked, this, &MainWindow::changeLogWanted);
     connect(m_ui->changeLogAction, &QAction::triggered, this, &MainWindow::changeLogWanted);
     connect(m_ui->quitAction, &QAction::triggered, this, &QWidget::close);
+}
+
+// The one thing that most players come for is written larger than the rest.
+void MainWindow::scaleMainButton()
+{
+    QFont large = QApplication::font();
+    large.setPointSizeF(QFontInfo(large).pointSizeF() * 1.6);
+    m_ui->mainButton->setFont(large);
+}
+
+// The banner fills the width, but takes no more than a third of the height. In a very wide window the content stays
+// together in the middle.
+void MainWindow::resizeEvent(QResizeEvent *event)
+{
+    QMainWindow::resizeEvent(event);
+    QLayout &layout = *m_ui->centralWidget->layout();
+    const int margin = layout.contentsMargins().top();
+    const int side = std::max(margin, (width() - widestContent) / 2);
+    layout.setContentsMargins(side, margin, side, margin);
+    const QSize room(width() - 2 * side, std::min(height() / 3, 2 * largeBanner.height()));
+    m_ui->largeImage->setRoom(largeBanner.scaled(room, Qt::KeepAspectRatio));
+}
+
+// The toolkit's own order is lost when the web engine puts widgets of its own into the panes.
+bool MainWindow::focusNextPrevChild(bool next)
+{
+    const QList<QWidget *> order = {m_ui->mainButton, m_ui->settingsButton, m_ui->htmlView, m_ui->changeLogButton,
+                                    m_ui->rssView,    m_ui->button1,        m_ui->button2};
+    const QWidget *focused = focusWidget();
+    const auto current = std::find_if(order.begin(), order.end(), [focused](const QWidget *widget) {
+        return widget == focused || (focused && widget->isAncestorOf(focused));
+    });
+    qsizetype index = current == order.end() ? 0 : current - order.begin();
+    do
+        index = (index + (next ? 1 : order.size() - 1)) % order.size();
+    while (!order[index]->isEnabled());
+    order[index]->setFocus(next ? Qt::TabFocusReason : Qt::BacktabFocusReason);
+    return true;
 }
 
 void MainWindow::showEvent(QShowEvent *event)

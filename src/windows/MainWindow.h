@@ -38,6 +38,8 @@ Q_SIGNALS:
     void closing(); // once more when the program's end closes the window
 
 protected:
+    void resizeEvent(QResizeEvent *event) override;
+    bool focusNextPrevChild(bool next) override;
     void showEvent(QShowEvent *event) override;
     void closeEvent(QCloseEvent *event) override;
 
@@ -45,6 +47,7 @@ private:
     void bind();
     void enableMainButton(bool enabled);
     void connectControls();
+    void scaleMainButton();
 
     const ShownState &m_state;
     const std::unique_ptr<Ui::MainWindow> m_ui;

@@ -20,8 +20,25 @@ void ShownState::setButtonText(const std::optional<QString> &text)
 
 void ShownState::setStatusStr(const std::optional<QString> &text)
 {
+    showStatus(text, false);
+}
+
+void ShownState::setFailureStr(const QString &text)
+{
+    showStatus(text, true);
+}
+
+void ShownState::showStatus(const std::optional<QString> &text, bool isFailure)
+{
     store(m_statusStr, text);
+    store(m_isStatusFailure, isFailure);
     Q_EMIT statusStrChanged();
+}
+
+void ShownState::setDownloadPace(const DownloadPace &pace)
+{
+    store(m_downloadPace, pace);
+    Q_EMIT downloadPaceChanged();
 }
 
 void ShownState::setUpdateProgressbar(double percentage)

@@ -329,27 +329,37 @@ void TestMainWindow::aToolHearsWhatIsShownAndWhatItIsAbout()
 
 void TestMainWindow::theKeyboardGoesThroughTheWindowInOrder()
 {
-    const QStringList order = {u"mainButton"_s, u"htmlView"_s, u"rssView"_s, u"button1"_s, u"button2"_s};
+    const QStringList order = {u"mainButton"_s, u"settingsButton"_s, u"htmlView"_s, u"changeLogButton"_s,
+                               u"rssView"_s,    u"button1"_s,        u"button2"_s};
     QVERIFY(waitUntil([this] { return textOf(*delegate().htmlView()).contains(u"Welcome"); }));
     QVERIFY(mainButton().hasFocus());
     QStringList visited = {u"mainButton"_s};
-    for (int i = 0; i < 12; ++i) {
+    const auto press = [&visited](Qt::KeyboardModifiers modifiers) {
         const QWidget *before = QApplication::focusWidget();
-        QTest::keyClick(delegate().window()->windowHandle(), Qt::Key_Tab);
+        QTest::keyClick(before->window()->windowHandle(), Qt::Key_Tab, modifiers);
         QVERIFY(waitUntil([before] { return QApplication::focusWidget() != before; }));
-        const QString name = nameOf(QApplication::focusWidget());
-        if (name == u"mainButton")
-            break;
-        if (order.contains(name))
-            visited.append(name);
-    }
+        visited.append(nameOf(QApplication::focusWidget()));
+    };
+    for (qsizetype i = 1; i < order.size(); ++i)
+        press({});
     QCOMPARE(visited, order);
+    press({});
+    QVERIFY(mainButton().hasFocus());
+    visited.clear();
+    for (qsizetype i = 0; i < order.size(); ++i)
+        press(Qt::ShiftModifier);
+    QCOMPARE(visited, QStringList(order.rbegin(), order.rend()));
+    mainButton().setEnabled(false);
+    m_program->control("settingsButton")->setFocus();
+    press(Qt::ShiftModifier);
+    QVERIFY(m_program->control("button2")->hasFocus());
+    mainButton().setEnabled(true);
 }
 
 void TestMainWindow::secondaryTextsAreMuted()
 {
     const QColor muted = Theme::color(u"muted"_s, delegate().window()->palette());
-    for (const char *name : {"statusLabel", "currentVersionCaption", "updateVersionCaption"})
+    for (const char *name : {"currentVersionCaption", "updateVersionCaption"})
         QCOMPARE(m_program->control<QLabel>(name)->palette().color(QPalette::WindowText).name(), muted.name());
 }
 

@@ -60,6 +60,9 @@ private Q_SLOTS:
     void aNewPictureReplacesTheOldOneAndANullOneShowsNothing();
     void thePictureIsScaledDownToTheViewAndNeverUp_data();
     void thePictureIsScaledDownToTheViewAndNeverUp();
+    void itGrowsUpToTheScaleThatIsSet();
+    void itsCornersAreRound();
+    void itAsksForItsRoomWhateverThePicture();
     void thePictureKeepsItsContent();
     void aFinePictureTakesItsLogicalSize();
     void aFineScreenShowsEveryPixelOfAFinePicture();
@@ -99,6 +102,35 @@ void TestImageView::thePictureIsScaledDownToTheViewAndNeverUp()
     const QRect rect = View(view, halves(picture)).drawn();
     QCOMPARE(rect.size(), drawn.size());
     QVERIFY2((rect.topLeft() - drawn.topLeft()).manhattanLength() <= 1, "not in the middle");
+}
+
+void TestImageView::itGrowsUpToTheScaleThatIsSet()
+{
+    View view(QSize(60, 30), halves({20, 10}));
+    view.setLargestScale(2);
+    QCOMPARE(view.drawn(), QRect(10, 5, 40, 20));
+    view.setLargestScale(4);
+    QCOMPARE(view.drawn(), QRect(0, 0, 60, 30));
+}
+
+void TestImageView::itsCornersAreRound()
+{
+    View view(QSize(60, 30), halves({60, 30}));
+    view.setCornerRadius(6);
+    QCOMPARE(view.drawn(), QRect(0, 0, 60, 30));
+    for (const QPoint &corner : {QPoint(0, 0), QPoint(59, 0), QPoint(0, 29), QPoint(59, 29)})
+        QCOMPARE(view.picture().pixelColor(corner), around);
+    QCOMPARE(view.picture().pixelColor(10, 10), left);
+    QCOMPARE(view.picture().pixelColor(50, 20), right);
+}
+
+void TestImageView::itAsksForItsRoomWhateverThePicture()
+{
+    View view(QSize(60, 30), {});
+    view.setRoom({50, 20});
+    QCOMPARE(view.sizeHint(), QSize(50, 20));
+    view.setImage(halves({600, 300}));
+    QCOMPARE(view.sizeHint(), QSize(50, 20));
 }
 
 void TestImageView::thePictureKeepsItsContent()

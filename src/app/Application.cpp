@@ -1,5 +1,6 @@
 #include "app/Application.h"
 
+#include "controls/Theme.h"
 #include "platform/Bundle.h"
 #include "resources/Pictures.h"
 
@@ -49,6 +50,8 @@ int Application::exec()
     if (!m_instance.isFirst())
         return EXIT_SUCCESS;
     QObject::connect(&m_instance, &SingleInstance::anotherStarted, &m_delegate, &AppDelegate::bringToFront);
+    QObject::connect(&m_desktopColors, &DesktopColors::darkPreferred, this, &Theme::setDarkPreferred);
+    m_desktopColors.start();
     QTimer::singleShot(0, &m_delegate, &AppDelegate::applicationDidFinishLaunching);
     qApp->installEventFilter(this);
     const int status = QApplication::exec();

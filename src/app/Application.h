@@ -3,6 +3,7 @@
 #include "app/AppDelegate.h"
 #include "controls/AlertWindow.h"
 #include "places/VendorSite.h"
+#include "platform/DesktopColors.h"
 #include "platform/ScriptRunner.h"
 #include "platform/SingleInstance.h"
 #include "platform/UrlLoader.h"
@@ -30,6 +31,7 @@ private:
     [[noreturn]] void exitAtOnce(int status);
 
     SingleInstance m_instance;
+    DesktopColors m_desktopColors;
     UserDefaults m_defaults;
     UrlLoader m_loader;
     Workspace m_workspace;

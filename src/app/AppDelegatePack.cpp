@@ -9,6 +9,8 @@
 #include "platform/Alert.h"
 #include "platform/Text.h"
 
+#include <algorithm>
+
 using namespace Qt::StringLiterals;
 
 void AppDelegate::updateVersionText()
@@ -40,7 +42,7 @@ void AppDelegate::showDownloadPace()
     m_paceAge.start();
     setDownloadPace({.received = m_updateInstaller->totalDownloaded(),
                      .expected = m_updateInstaller->totalSize(),
-                     .time = std::chrono::milliseconds(m_downloadTime.elapsed())});
+                     .time = std::chrono::milliseconds(std::max<qint64>(m_downloadTime.elapsed(), 1))});
 }
 
 void AppDelegate::downloadFinishedWithResult(bool result)

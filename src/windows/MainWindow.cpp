@@ -26,7 +26,11 @@ CursorButtons { background: transparent; border: none; }
 WayfarProgressIndicator { background: @groove; border: none; }
 WayfarProgressIndicator::chunk { background: @action; }
 QPushButton#mainButton { background: @action; color: @on-action; border: none; border-radius: @button-radius;
-    padding: 0 28px; font-weight: 600; }
+    padding: 0 28px; }
+QPushButton[role="quiet"] { border: 1px solid @line; border-radius: @card-radius; padding: 4px 12px; }
+QPushButton[role="quiet"]:hover { background: @groove; }
+QPushButton[role="quiet"]:pressed { border-color: @muted; }
+QPushButton[role="quiet"]:focus { border: 2px solid @focus; padding: 3px 11px; }
 QPushButton#mainButton:hover { background: @action-hover; }
 QPushButton#mainButton:pressed { background: @action-pressed; }
 QPushButton#mainButton:disabled { background: @groove; color: @faint; }
@@ -130,12 +134,16 @@ void MainWindow::connectControls()
     connect(m_ui->quitAction, &QAction::triggered, this, &QWidget::close);
 }
 
-// The one thing that most players come for is written larger than the rest.
+// The one thing that most players come for is written larger than the rest, and has room for either of its titles.
 void MainWindow::scaleMainButton()
 {
     QFont large = QApplication::font();
     large.setPointSizeF(QFontInfo(large).pointSizeF() * 1.6);
+    large.setWeight(QFont::DemiBold);
     m_ui->mainButton->setFont(large);
+    constexpr int Padding = 28;
+    const int width = QFontMetrics(large).horizontalAdvance(u"Update"_s) + 2 * Padding;
+    m_ui->mainButton->setMinimumWidth(std::max(width, 168));
 }
 
 // The banner fills the width, but takes no more than a third of the height. In a very wide window the content stays

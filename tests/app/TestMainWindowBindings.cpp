@@ -1,6 +1,7 @@
 #include "support/Program.h"
 
 #include "controls/ElidedLabel.h"
+#include "controls/StatusLine.h"
 
 #include <QApplication>
 #include <QLayout>
@@ -11,6 +12,9 @@
 #include <thread>
 
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+
+Q_DECLARE_METATYPE(DownloadPace)
 
 namespace
 {
@@ -37,6 +41,9 @@ private Q_SLOTS:
     void aLateAnnouncementNeverBringsBackAnOlderValue();
     void theBarShowsWhatItCanAndThePropertyKeepsTheNumber_data();
     void theBarShowsWhatItCanAndThePropertyKeepsTheNumber();
+    void aFailureLooksLikeOne();
+    void theBarTellsSizeAndSpeed_data();
+    void theBarTellsSizeAndSpeed();
     void theMainButtonIsDisabledDuringADownloadAndGetsTheKeyboardBack();
     void theMainButtonGetsTheKeyboardBackInABackgroundWindow();
     void theKeyboardStaysWhereThePlayerMovedIt();
@@ -144,6 +151,36 @@ void TestMainWindowBindings::theBarShowsWhatItCanAndThePropertyKeepsTheNumber()
     if (maximum > 0)
         QCOMPARE(bar->value(), value);
     QCOMPARE(delegate().updateProgressbar(), percentage);
+}
+
+void TestMainWindowBindings::aFailureLooksLikeOne()
+{
+    const auto *status = m_program->control<StatusLine>("statusLabel");
+    delegate().setFailureStr(u"Incorrect Login..."_s);
+    QVERIFY(status->isFailure());
+    QCOMPARE(status->text(), u"Incorrect Login..."_s);
+    QCOMPARE(delegate().statusStr(), u"Incorrect Login..."_s);
+    delegate().setStatusStr(u"Downloading..."_s);
+    QVERIFY(!status->isFailure());
+}
+
+void TestMainWindowBindings::theBarTellsSizeAndSpeed_data()
+{
+    QTest::addColumn<DownloadPace>("pace");
+    QTest::addColumn<QString>("toolTip");
+    QTest::newRow("no download") << DownloadPace() << QString();
+    QTest::newRow("a known size") << DownloadPace{3 << 20, 12 << 20, 2s}
+                                  << u"3.00 MiB of 12.00 MiB, 1.50 MiB per second"_s;
+    QTest::newRow("an unknown size") << DownloadPace{3 << 10, -1, 1s} << u"3.00 KiB, 3.00 KiB per second"_s;
+    QTest::newRow("the first moment") << DownloadPace{3 << 10, -1, 0s} << QString();
+}
+
+void TestMainWindowBindings::theBarTellsSizeAndSpeed()
+{
+    QFETCH(const DownloadPace, pace);
+    QFETCH(const QString, toolTip);
+    delegate().setDownloadPace(pace);
+    QCOMPARE(m_program->control<QProgressBar>("progressIndicator")->toolTip(), toolTip);
 }
 
 void TestMainWindowBindings::theMainButtonIsDisabledDuringADownloadAndGetsTheKeyboardBack()

@@ -102,10 +102,19 @@ void TestUpdateRoad::oneClickInstallsThePublishedPack()
 {
     startProgram();
     const WaitWatch watch;
+    QList<DownloadPace> paces;
+    const QObject whileWeLook;
+    connect(&delegate(), &ShownState::downloadPaceChanged, &whileWeLook,
+            [&] { paces.append(delegate().downloadPace()); });
     clickUpdate();
     QVERIFY(!button().isEnabled());
     QVERIFY(waitForTheEnd());
     verifyInstalled();
+    QVERIFY(paces.size() >= 2);
+    QVERIFY(paces.constFirst().received > 0);
+    QCOMPARE(paces.constFirst().expected, m_archive.size());
+    QVERIFY(paces.constFirst().time.count() > 0);
+    QCOMPARE(paces.constLast().time.count(), 0); // the download is over
     QCOMPARE(m_program->statuses, (QStringList{u"Downloading..."_s, u"Installing..."_s, u"Update Installed."_s}));
     QCOMPARE(watch.painted.value(0), u"Installing..."_s); // before it waits
     QVERIFY(!QApplication::overrideCursor());

@@ -11,6 +11,7 @@
 #include <QCloseEvent>
 #include <QFontInfo>
 #include <QLocale>
+#include <QScreen>
 
 #include <algorithm>
 
@@ -48,6 +49,14 @@ constexpr int widestContent = 1920; // the large banner at twice its size
 constexpr QSize largeBanner(960, 176);
 constexpr QSize smallBanner(300, 100);
 
+// More for a larger font than the usual one of ten points, as far as the screen has it.
+QSize openingSize(const QWidget &window)
+{
+    const QSize usual = window.size();
+    const int larger = std::max(QFontInfo(window.font()).pixelSize(), 13);
+    return (usual * larger / 13).boundedTo(window.screen()->availableGeometry().size() * 9 / 10).expandedTo(usual);
+}
+
 QString paceText(const DownloadPace &pace)
 {
     if (pace.time.count() <= 0)
@@ -63,6 +72,7 @@ QString paceText(const DownloadPace &pace)
 MainWindow::MainWindow(const ShownState &state) : m_state(state), m_ui(std::make_unique<Ui::MainWindow>())
 {
     m_ui->setupUi(this);
+    resize(openingSize(*this));
     setWindowTitle(QGuiApplication::applicationDisplayName());
     m_ui->largeImage->setImage(Pictures::imageNamed(u"large"_s));
     m_ui->smallImage->setImage(Pictures::imageNamed(u"small"_s));

@@ -1,14 +1,35 @@
-# What `cmake --install BUILD --prefix WayfarRoutes_VERSION.app` lays out: a folder in the AppDir form, which runs wherever
-# it is put.
-set(bundle ${CMAKE_SOURCE_DIR}/packaging)
-install(TARGETS wayfar-installer wayfar-starter RUNTIME DESTINATION usr/bin)
-install(PROGRAMS ${bundle}/bundle/wayfar-menu-entry DESTINATION usr/bin)
-install(PROGRAMS ${bundle}/bundle/AppRun DESTINATION .)
-install(FILES ${bundle}/wayfar-installer.desktop ${bundle}/bundle/README DESTINATION .)
-install(FILES ${bundle}/wayfar-installer.desktop DESTINATION usr/share/applications)
+# The bundle: a folder in the AppDir form, which runs wherever it is put.
+# `cmake --install BUILD --component bundle --prefix WayfarRoutes_VERSION.app` lays out one alone.
+set(packaging ${CMAKE_SOURCE_DIR}/packaging)
 set(icons ${CMAKE_SOURCE_DIR}/src/resources)
-install(FILES ${icons}/icons/wayfar-installer-256.png DESTINATION . RENAME wayfar-installer.png)
-install(FILES ${icons}/icons/wayfar-installer-256.png DESTINATION usr/share/icons/hicolor/256x256/apps
-    RENAME wayfar-installer.png)
-install(FILES ${icons}/svg/wayfar-installer.svg DESTINATION usr/share/icons/hicolor/scalable/apps)
-install(FILES ${CMAKE_SOURCE_DIR}/LICENSE DESTINATION usr/share/doc/wayfar-installer)
+set(generated ${CMAKE_BINARY_DIR}/generated)
+set(entry ${generated}/${WAYFAR_APPLICATION_ID}.desktop)
+set(metainfo ${generated}/${WAYFAR_APPLICATION_ID}.metainfo.xml)
+configure_file(${packaging}/wayfar-installer.desktop.in ${entry} @ONLY)
+configure_file(${packaging}/wayfar-installer.metainfo.xml.in ${metainfo} @ONLY)
+
+# wayfar_install_desktop_files(SHARE component...): what a desktop reads, below the "share" folder.
+function(wayfar_install_desktop_files share)
+    install(FILES ${entry} DESTINATION ${share}/applications ${ARGN})
+    install(FILES ${metainfo} DESTINATION ${share}/metainfo ${ARGN})
+    foreach(size 16 22 24 32 48 64 128 256 512)
+        install(FILES ${icons}/icons/wayfar-installer-${size}.png RENAME ${WAYFAR_APPLICATION_ID}.png
+            DESTINATION ${share}/icons/hicolor/${size}x${size}/apps ${ARGN})
+    endforeach()
+    install(FILES ${icons}/svg/wayfar-installer.svg RENAME ${WAYFAR_APPLICATION_ID}.svg
+        DESTINATION ${share}/icons/hicolor/scalable/apps ${ARGN})
+endfunction()
+
+# wayfar_install_bundle(FOLDER component...)
+function(wayfar_install_bundle folder)
+    install(TARGETS wayfar-installer wayfar-starter RUNTIME DESTINATION ${folder}/usr/bin ${ARGN})
+    install(PROGRAMS ${packaging}/bundle/wayfar-menu-entry DESTINATION ${folder}/usr/bin ${ARGN})
+    install(PROGRAMS ${packaging}/bundle/AppRun DESTINATION ${folder} ${ARGN})
+    install(FILES ${entry} ${packaging}/bundle/README DESTINATION ${folder} ${ARGN})
+    install(FILES ${icons}/icons/wayfar-installer-256.png RENAME ${WAYFAR_APPLICATION_ID}.png
+        DESTINATION ${folder} ${ARGN})
+    install(FILES ${CMAKE_SOURCE_DIR}/LICENSE DESTINATION ${folder}/usr/share/doc/wayfar-installer ${ARGN})
+    wayfar_install_desktop_files(${folder}/usr/share ${ARGN})
+endfunction()
+
+wayfar_install_bundle(. COMPONENT bundle EXCLUDE_FROM_ALL)

@@ -32,7 +32,7 @@ Application::Application(const QString &version, const VendorSite &site, const U
     QCoreApplication::setApplicationName(u"wayfar-installer"_s);
     QCoreApplication::setApplicationVersion(version);
     QGuiApplication::setApplicationDisplayName(u"Wayfar Installer"_s);
-    QGuiApplication::setDesktopFileName(u"wayfar-installer"_s);
+    QGuiApplication::setDesktopFileName(QStringLiteral(WAYFAR_APPLICATION_ID));
     QGuiApplication::setWindowIcon(Pictures::icon());
     QGuiApplication::setQuitOnLastWindowClosed(false); // the splash closes before the main window shows
 }

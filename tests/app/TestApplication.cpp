@@ -162,7 +162,7 @@ void TestApplication::theProgramHasItsNames()
     const Application application(u"1.2.6"_s, m_world->site(), m_world->network());
     QCOMPARE(QCoreApplication::applicationName(), u"wayfar-installer"_s);
     QCOMPARE(QGuiApplication::applicationDisplayName(), u"Wayfar Installer"_s);
-    QCOMPARE(QGuiApplication::desktopFileName(), u"wayfar-installer"_s);
+    QCOMPARE(QGuiApplication::desktopFileName(), QStringLiteral(WAYFAR_APPLICATION_ID));
     QVERIFY(!QCoreApplication::applicationVersion().isEmpty());
     QVERIFY(!QGuiApplication::windowIcon().isNull());
     QVERIFY(!QGuiApplication::quitOnLastWindowClosed());

@@ -1,5 +1,8 @@
 #include "upgrade/NewBundle.h"
 
+#include "support/Files.h"
+
+#include <QTemporaryDir>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
@@ -19,6 +22,8 @@ private Q_SLOTS:
     void aVersionThatIsNoNameGivesNoPaths();
     void withoutAnUnpackFolderThereIsNoSource();
     void aBundleAtTheRootHasItsNeighbourThere();
+    void aProgramInNoBundleLeavesTheFolderAboveItAlone();
+    void aProgramBesideBundlesAddsToThem();
 };
 
 void TestNewBundle::theVersionIsInTheNameAsItStands()
@@ -50,6 +55,21 @@ void TestNewBundle::withoutAnUnpackFolderThereIsNoSource()
 void TestNewBundle::aBundleAtTheRootHasItsNeighbourThere()
 {
     QCOMPARE(NewBundle::of(u"1.3"_s, update, u"/Old.app"_s).destination, OptionalPath("/WayfarRoutes_1.3.app"));
+}
+
+void TestNewBundle::aProgramInNoBundleLeavesTheFolderAboveItAlone()
+{
+    const NewBundle bundle = NewBundle::of(u"1.3"_s, update, u"/usr/bin"_s);
+    QCOMPARE(bundle.destination, OptionalPath("/home/rowan/data/WayfarInstaller/WayfarRoutes_1.3.app"));
+    QVERIFY(!NewBundle::of(u"1.3"_s, std::nullopt, u"/usr/bin"_s).destination);
+}
+
+void TestNewBundle::aProgramBesideBundlesAddsToThem()
+{
+    const QTemporaryDir games;
+    const FilePath folder = toPath(games.path());
+    makeFile(folder / "WayfarRoutes_1.2.5.app/AppRun", "#!/bin/sh\n", 0755);
+    QCOMPARE(NewBundle::of(u"1.3"_s, update, games.path()).destination, OptionalPath(folder / "WayfarRoutes_1.3.app"));
 }
 
 QTEST_GUILESS_MAIN(TestNewBundle)

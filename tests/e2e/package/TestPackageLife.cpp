@@ -61,12 +61,21 @@ bool isMainWindowShown()
 // The player, who asks for the program by its name.
 void startAsPlayer()
 {
-    QVERIFY(QProcess::startDetached(
-        u"setpriv"_s,
-        {u"--reuid=4001"_s, u"--regid=4001"_s, u"--init-groups"_s, u"env"_s, u"-i"_s, u"HOME=/home/player"_s,
-         u"PATH=/usr/bin:/bin"_s, u"XDG_RUNTIME_DIR=/run/user/4001"_s, u"LANG=C.UTF-8"_s,
-         u"QT_QUICK_BACKEND=software"_s, u"DISPLAY="_s + qEnvironmentVariable("DISPLAY"), u"wayfar-installer"_s},
-        u"/home/player"_s));
+    QStringList command = {u"--reuid=4001"_s,
+                           u"--regid=4001"_s,
+                           u"--init-groups"_s,
+                           u"env"_s,
+                           u"-i"_s,
+                           u"HOME=/home/player"_s,
+                           u"PATH=/usr/bin:/bin"_s,
+                           u"XDG_RUNTIME_DIR=/run/user/4001"_s,
+                           u"LANG=C.UTF-8"_s,
+                           u"QT_QUICK_BACKEND=software"_s};
+    for (const char *variable : {"DISPLAY", "QTWEBENGINE_DISABLE_SANDBOX"}) {
+        if (qEnvironmentVariableIsSet(variable))
+            command.append(QString::fromLatin1(variable) + u'=' + qEnvironmentVariable(variable));
+    }
+    QVERIFY(QProcess::startDetached(u"setpriv"_s, command << u"wayfar-installer"_s, u"/home/player"_s));
 }
 
 void endProgram(const QString &version)

@@ -1,10 +1,7 @@
 #!/bin/bash
 # in-own-root.sh PROGRAM FILES...: runs the program as root in a copy of this whole machine, which goes with it: what it
-# installs, changes and removes there is nowhere else. Copies of the files lie in its working folder. In that world
-#   - "player" (4001) has a home, and polkit lets everybody do everything,
-#   - the network is loopback alone, where the vendor's hosts lead, and $DISPLAY is a screen of its own,
-#   - /changed shows what differs from the machine.
-# Ends with 77 where the kernel grants no such world.
+# installs, changes and removes there is nowhere else. Copies of the files lie in its working folder; inside.sh tells what
+# else there is. Ends with 77 where the kernel grants no such world.
 set -e
 refused() {
     echo "SKIP: no root of our own: $*"
@@ -33,30 +30,8 @@ mount --rbind /dev "$root/dev"
 mount --rbind /sys "$root/sys"
 mount -t proc proc "$root/proc"
 mount -t tmpfs -o mode=1777 none "$root/tmp"
-cp "$@" "$root/trial"
+cp "$(dirname "$0")/inside.sh" "$@" "$root/trial"
+# Moved to the top before it is entered: the web engine gets no sandbox in a root that is only some folder.
 cd "$root"
-pivot_root . mnt # and not chroot, in which the web engine gets no sandbox
-umount -l /mnt
-
-echo 'player:x:4001:4001::/home/player:/bin/sh' >>/etc/passwd
-echo 'player:x:4001:' >>/etc/group
-mkdir -p /home/player /run/user/4001
-chown 4001:4001 /home/player
-mount -t tmpfs -o mode=700,uid=4001,gid=4001 none /run/user/4001
-echo '127.0.0.1 localhost wayfar.example www.wayfar.example download.wayfar.example' >/etc/hosts
-ip link set lo up
-
-echo 'polkit.addRule(function () { return polkit.Result.YES; });' >/etc/polkit-1/rules.d/00-trial.rules
-chown -R polkitd /etc/polkit-1/rules.d
-mkdir -p /run/dbus
-rm -f /run/dbus/system_bus_socket
-# Each says when it listens; nothing comes, and we end, when it can't.
-read -r _ < <(dbus-daemon --system --nofork --nopidfile --print-address)
-# The screen stays when its last client, which may be a tool of the test, has gone.
-read -r screen < <(exec Xvfb -displayfd 1 -ac -noreset -screen 0 1280x960x24 2>/dev/null)
-export DISPLAY=:$screen
-
-cd /trial
-status=0
-"./$(basename "$1")" || status=$?
-exit $status # the namespace takes the rest along
+mount --move . /
+exec chroot . /trial/inside.sh "$(basename "$1")"

@@ -17,6 +17,7 @@ using namespace Qt::StringLiterals;
 namespace
 {
 const QString bundles = u"/usr/lib/wayfar-installer"_s;
+const QString menuEntry = u"/usr/share/applications/" WAYFAR_APPLICATION_ID ".desktop"_s;
 
 QString bundle(const QString &version)
 {
@@ -58,8 +59,8 @@ bool isMainWindowShown()
     });
 }
 
-// The player, who asks for the program by its name.
-void startAsPlayer()
+// The player, who asks for the program by its name, or chooses it in the menu.
+void startAsPlayer(const QStringList &program = {u"wayfar-installer"_s})
 {
     QStringList command = {u"--reuid=4001"_s,
                            u"--regid=4001"_s,
@@ -75,13 +76,21 @@ void startAsPlayer()
         if (qEnvironmentVariableIsSet(variable))
             command.append(QString::fromLatin1(variable) + u'=' + qEnvironmentVariable(variable));
     }
-    QVERIFY(QProcess::startDetached(u"setpriv"_s, command << u"wayfar-installer"_s, u"/home/player"_s));
+    QVERIFY(QProcess::startDetached(u"setpriv"_s, command << program, u"/home/player"_s));
 }
 
+void waitForMainWindow(const QString &version)
+{
+    QTRY_VERIFY_WITH_TIMEOUT(processOf(version) > 0 && isMainWindowShown(), 30000);
+}
+
+// And its windows, which go a moment later.
 void endProgram(const QString &version)
 {
-    QCOMPARE(::kill(processOf(version), SIGTERM), 0);
-    QTRY_COMPARE(processOf(version), 0);
+    const pid_t process = processOf(version);
+    QVERIFY(process > 0);
+    QCOMPARE(::kill(process, SIGTERM), 0);
+    QTRY_VERIFY_WITH_TIMEOUT(processOf(version) == 0 && !isMainWindowShown(), 30000);
 }
 
 int dpkg(const QStringList &arguments)
@@ -117,7 +126,7 @@ private Q_SLOTS:
     void itInstallsBesideWhatItDependsOn();
     void anOrdinaryUserStartsItByItsName();
     void itsOwnUpgradeGoesBesideIt();
-    void itsNameStartsTheNewest();
+    void itsMenuEntryStartsTheNewest();
     void aNewerPackageTakesTheOldOnesPlace();
     void itsRemovalTakesTheUpgradesToo();
     void onlyThePlayersOwnFilesAreLeft();
@@ -141,8 +150,7 @@ void TestPackageLife::itInstallsBesideWhatItDependsOn()
 {
     QCOMPARE(dpkg({u"--install"_s, m_package}), 0);
     for (const QString &file : {u"/usr/bin/wayfar-installer"_s, u"/usr/share/man/man1/wayfar-installer.1.gz"_s,
-                                u"/usr/share/applications/" WAYFAR_APPLICATION_ID ".desktop"_s,
-                                u"/usr/share/metainfo/" WAYFAR_APPLICATION_ID ".metainfo.xml"_s,
+                                menuEntry, u"/usr/share/metainfo/" WAYFAR_APPLICATION_ID ".metainfo.xml"_s,
                                 u"/usr/share/icons/hicolor/16x16/apps/" WAYFAR_APPLICATION_ID ".png"_s,
                                 u"/usr/share/icons/hicolor/scalable/apps/" WAYFAR_APPLICATION_ID ".svg"_s})
         QVERIFY2(QFileInfo(file).isFile(), qPrintable(file));
@@ -151,9 +159,8 @@ void TestPackageLife::itInstallsBesideWhatItDependsOn()
 void TestPackageLife::anOrdinaryUserStartsItByItsName()
 {
     startAsPlayer();
-    QTRY_VERIFY_WITH_TIMEOUT(isMainWindowShown(), 30000);
-    QVERIFY(contentsOf(u"/usr/share/applications/" WAYFAR_APPLICATION_ID ".desktop"_s)
-                .contains("\nStartupWMClass=wayfar-installer\n"));
+    waitForMainWindow(u"1.2.6"_s);
+    QVERIFY(contentsOf(menuEntry).contains("\nStartupWMClass=wayfar-installer\n"));
     QCOMPARE(m_vendor.requests("/feed").size(), 1);
     endProgram(u"1.2.6"_s);
 }
@@ -172,16 +179,16 @@ void TestPackageLife::itsOwnUpgradeGoesBesideIt()
     };
     QTRY_VERIFY_WITH_TIMEOUT(answerYes(), 30000);
     m_vendor.setInstallerVersion("1.2.6"); // as which the new one was built, too
-    QTRY_VERIFY_WITH_TIMEOUT(processOf(u"1.3.0"_s) && isMainWindowShown(), 30000);
+    waitForMainWindow(u"1.3.0"_s);
     QCOMPARE(QFileInfo(bundle(u"1.3.0"_s)).owner(), u"root"_s);
     QVERIFY(QFile::exists(bundle(u"1.2.6"_s)));
     endProgram(u"1.3.0"_s);
 }
 
-void TestPackageLife::itsNameStartsTheNewest()
+void TestPackageLife::itsMenuEntryStartsTheNewest()
 {
-    startAsPlayer();
-    QTRY_VERIFY_WITH_TIMEOUT(isMainWindowShown(), 30000);
+    startAsPlayer({u"gio"_s, u"launch"_s, menuEntry});
+    waitForMainWindow(u"1.3.0"_s);
     endProgram(u"1.3.0"_s);
 }
 
@@ -196,7 +203,7 @@ void TestPackageLife::aNewerPackageTakesTheOldOnesPlace()
     QCOMPARE(QDir(bundles).entryList(QDir::AllEntries | QDir::NoDotAndDotDot),
              (QStringList{u"WayfarRoutes_1.3.0.app"_s, u"WayfarRoutes_1.4.0.app"_s}));
     startAsPlayer();
-    QTRY_VERIFY_WITH_TIMEOUT(isMainWindowShown(), 30000);
+    waitForMainWindow(u"1.4.0"_s);
     endProgram(u"1.4.0"_s);
 }
 

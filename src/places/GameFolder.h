@@ -28,6 +28,20 @@ public:
     // The root or the launcher, whichever is no folder, the root first; empty when both are there.
     QString missing() const;
 
+    // What a player should know of a root that he chose.
+    struct Finding {
+        enum Kind {
+            Usable,
+            NoFolder,
+            NoVariant, // no "_retail_" in it
+            OtherSpelling // a folder on the way to the add-ons has letters of another case: the game may use that one
+        };
+        Kind kind = Usable;
+        QString found = {}; // of another spelling: its name,
+        QString expected = {}; // and the one that we use
+    };
+    Finding judged() const;
+
 private:
     QString m_root;
 };

@@ -41,6 +41,32 @@ QFileInfo fileAt(const QString &path)
     return QFileInfo(QDir::cleanPath(QFileInfo(path).absoluteFilePath()));
 }
 
+bool isWindowsProgram(const QFileInfo &file)
+{
+    return file.suffix().compare(u"exe"_s, Qt::CaseInsensitive) == 0;
+}
+
+QString wine()
+{
+    return QStandardPaths::findExecutable(u"wine"_s);
+}
+
+// What opens a thing.
+enum class Opener { Nothing, Bundle, DesktopEntry, Wine, Itself, Desktop };
+
+Opener openerOf(const QFileInfo &file)
+{
+    if (!file.exists())
+        return Opener::Nothing;
+    if (Bundle::isBundle(file.filePath()))
+        return Opener::Bundle;
+    if (file.suffix() == u"desktop"_s)
+        return Opener::DesktopEntry;
+    if (isWindowsProgram(file) && !wine().isEmpty())
+        return Opener::Wine;
+    return isProgram(file) ? Opener::Itself : Opener::Desktop;
+}
+
 bool startBundle(const QFileInfo &bundle)
 {
     const QString program = Bundle::programOf(bundle.filePath());
@@ -77,18 +103,40 @@ bool openByDesktop(const QList<QByteArray> &command)
 bool Workspace::openFile(const QString &path)
 {
     const QFileInfo file = fileAt(path);
-    if (!file.exists())
+    switch (openerOf(file)) {
+    case Opener::Nothing:
         return false;
-    if (Bundle::isBundle(file.filePath()))
+    case Opener::Bundle:
         return startBundle(file);
-    if (file.suffix() == u"desktop"_s)
+    case Opener::DesktopEntry:
         return openByDesktop({"gio", "launch", file.filePath().toLocal8Bit()});
-    const QString wine = QStandardPaths::findExecutable(u"wine"_s);
-    if (file.suffix().compare(u"exe"_s, Qt::CaseInsensitive) == 0 && !wine.isEmpty())
-        return start(wine, {file.filePath()}, file.path());
-    if (isProgram(file))
+    case Opener::Wine:
+        return start(wine(), {file.filePath()}, file.path());
+    case Opener::Itself:
         return start(file.filePath(), {}, file.path());
+    case Opener::Desktop:
+        break;
+    }
     return openByDesktop({"xdg-open", file.filePath().toLocal8Bit()});
+}
+
+Workspace::Startable Workspace::startable(const QString &path)
+{
+    const QFileInfo file = fileAt(path);
+    switch (openerOf(file)) {
+    case Opener::Nothing:
+        return Startable::Missing;
+    case Opener::Bundle:
+        return Bundle::programOf(file.filePath()).isEmpty() ? Startable::EmptyBundle : Startable::Yes;
+    case Opener::DesktopEntry:
+        return QStandardPaths::findExecutable(u"gio"_s).isEmpty() ? Startable::WithoutGio : Startable::Yes;
+    case Opener::Wine:
+    case Opener::Itself:
+        return Startable::Yes;
+    case Opener::Desktop:
+        break;
+    }
+    return isWindowsProgram(file) ? Startable::WithoutWine : Startable::NoProgram;
 }
 
 bool Workspace::openURL(const QUrl &url)

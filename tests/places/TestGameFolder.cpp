@@ -16,6 +16,9 @@ private Q_SLOTS:
     void theUsualRootIsTakenWhileNoneIsStored();
     void theGameFolderIsMissedFirst_data();
     void theGameFolderIsMissedFirst();
+    void aChosenFolderIsJudged_data();
+    void aChosenFolderIsJudged();
+    void whatTheGameSeesAsOneIsNoOtherSpelling();
 };
 
 void TestGameFolder::aRootGoesInAndPathsComeOut_data()
@@ -85,6 +88,52 @@ void TestGameFolder::theGameFolderIsMissedFirst()
     if (!link.isEmpty())
         makeLink(toPath(world.path()), toPath(world.path(link)));
     QCOMPARE(GameFolder(world.path(u"game"_s)).missing(), missing.isEmpty() ? QString() : world.path(missing));
+}
+
+void TestGameFolder::aChosenFolderIsJudged_data()
+{
+    QTest::addColumn<QStringList>("folders"); // below the test's
+    QTest::addColumn<GameFolder::Finding::Kind>("kind");
+    QTest::addColumn<QString>("found");
+    QTest::addColumn<QString>("expected");
+    using Finding = GameFolder::Finding;
+    const auto row = [](const char *rule, const QStringList &folders, Finding::Kind kind, const QString &found = {},
+                        const QString &expected = {}) { QTest::newRow(rule) << folders << kind << found << expected; };
+    row("no folder", {}, Finding::NoFolder);
+    row("an empty folder", {u"game"_s}, Finding::NoVariant);
+    row("another variant", {u"game/_classic_"_s}, Finding::NoVariant);
+    row("a variant in capitals", {u"game/_RETAIL_"_s}, Finding::NoVariant);
+    row("a game without add-ons", {u"game/_retail_"_s}, Finding::Usable);
+    row("a game with add-ons", {u"game/_retail_/Interface/AddOns"_s}, Finding::Usable);
+    row("another spelling", {u"game/_retail_/Interface/Addons"_s}, Finding::OtherSpelling, u"Addons"_s, u"AddOns"_s);
+    row("both spellings", {u"game/_retail_/Interface/AddOns"_s, u"game/_retail_/Interface/addons"_s},
+        Finding::OtherSpelling, u"addons"_s, u"AddOns"_s);
+    row("another spelling on the way", {u"game/_retail_/interface/AddOns"_s}, Finding::OtherSpelling, u"interface"_s,
+        u"Interface"_s);
+}
+
+void TestGameFolder::aChosenFolderIsJudged()
+{
+    QFETCH(const QStringList, folders);
+    const TestWorld world;
+    for (const QString &folder : folders)
+        makeFolder(toPath(world.path(folder)));
+    const GameFolder::Finding finding = GameFolder(world.path(u"game"_s)).judged();
+    QTEST(finding.kind, "kind");
+    QTEST(finding.found, "found");
+    QTEST(finding.expected, "expected");
+}
+
+void TestGameFolder::whatTheGameSeesAsOneIsNoOtherSpelling()
+{
+    const TestWorld world;
+    const auto below = [&world](const QString &path) { return toPath(world.path(u"game/_retail_/"_s + path)); };
+    const auto kind = [&world] { return GameFolder(world.path(u"game"_s)).judged().kind; };
+    makeFile(below(u"interface"_s)); // no folder
+    makeFolder(below(u"Interface/Addons"_s));
+    QCOMPARE(kind(), GameFolder::Finding::OtherSpelling);
+    makeLink("Addons", below(u"Interface/AddOns"_s)); // as a disk that does not tell the two names apart
+    QCOMPARE(kind(), GameFolder::Finding::Usable);
 }
 
 QTEST_GUILESS_MAIN(TestGameFolder)

@@ -61,6 +61,9 @@ private Q_SLOTS:
     void aToolThatOpensNothingIsAFailure_data();
     void aToolThatOpensNothingIsAFailure();
 
+    void itIsKnownBeforeWhatWouldStart_data();
+    void itIsKnownBeforeWhatWouldStart();
+
     void whatWasStartedOutlivesTheProgram_data();
     void whatWasStartedOutlivesTheProgram();
 
@@ -309,6 +312,41 @@ void TestWorkspace::aToolThatOpensNothingIsAFailure()
         QVERIFY(!Workspace().openFile(at(u"wow.exe"_s)));
         QVERIFY(!Workspace().openURL(QUrl(u"https://wayfar.example/"_s)));
     }
+}
+
+void TestWorkspace::itIsKnownBeforeWhatWouldStart_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<int>("mode"); // of a file, of 0 when there is none
+    QTest::addColumn<QString>("missingTool");
+    QTest::addColumn<Workspace::Startable>("startable");
+    using Startable = Workspace::Startable;
+    const auto row = [](const char *rule, const QString &name, int mode, const QString &missingTool,
+                        Startable startable) { QTest::newRow(rule) << name << mode << missingTool << startable; };
+    row("program", u"launcher"_s, 0755, {}, Startable::Yes);
+    row("bundle", u"Game.app/AppRun"_s, 0755, {}, Startable::Yes);
+    row("desktop entry", u"game.desktop"_s, 0644, {}, Startable::Yes);
+    row("Windows program", u"wow.exe"_s, 0644, {}, Startable::Yes);
+    row("nothing", u"launcher"_s, 0, {}, Startable::Missing);
+    row("no bundle", u"Game.app/AppRun"_s, 0, {}, Startable::Missing);
+    row("bundle without a program", u"Game.app/readme"_s, 0644, {}, Startable::EmptyBundle);
+    row("desktop entry without its tool", u"game.desktop"_s, 0644, u"gio"_s, Startable::WithoutGio);
+    row("Windows program without wine", u"WOW.EXE"_s, 0644, u"wine"_s, Startable::WithoutWine);
+    row("program that may not be executed", u"launcher"_s, 0644, {}, Startable::NoProgram);
+    row("folder", u"folder/readme"_s, 0644, {}, Startable::NoProgram);
+}
+
+void TestWorkspace::itIsKnownBeforeWhatWouldStart()
+{
+    QFETCH(const QString, name);
+    QFETCH(const int, mode);
+    QFETCH(const QString, missingTool);
+    if (mode != 0)
+        makeFile(toPath(at(name)), recorder, mode_t(mode));
+    if (!missingTool.isEmpty())
+        QVERIFY(QFile::remove(at(u"bin/"_s + missingTool)));
+    QTEST(Workspace::startable(at(name.section(u'/', 0, 0))), "startable");
+    QVERIFY(!isCalled());
 }
 
 void TestWorkspace::whatWasStartedOutlivesTheProgram_data()

@@ -71,6 +71,7 @@ QHash<QString, QColor> windowColors(const QPalette &palette)
         {u"action-pressed"_s, action.darker(112)},
         {u"focus"_s, visible(palette.color(QPalette::Highlight), window, text, Visible)},
         {u"failure"_s, visible(QColor(dark ? u"#ff9a8a"_s : u"#a8261a"_s), window, text, Readable)},
+        {u"warning"_s, visible(QColor(dark ? u"#e8b45a"_s : u"#855400"_s), window, text, Readable)},
     };
 }
 

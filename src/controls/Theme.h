@@ -16,8 +16,9 @@ constexpr int cardRadius = 6; // of cards and banners
 constexpr int buttonRadius = 8;
 
 // Of the window: "line", "muted", "faint", "groove", "action", "on-action", "action-hover", "action-pressed", "focus",
-// "failure". Of the pages' ground: "paper", "ink", "page-muted", "link", "selection", "thumb". Not valid for another
-// name. Texts have a contrast of at least 4.5 with their ground; the focus, the bar and what is disabled of at least 3.
+// "failure", "warning". Of the pages' ground: "paper", "ink", "page-muted", "link", "selection", "thumb". Not valid for
+// another name. Texts have a contrast of at least 4.5 with their ground; the focus, the bar and what is disabled of at
+// least 3.
 QColor color(const QString &name, const QPalette &palette);
 // From 1 to 21, as WCAG 2 counts it.
 double contrast(const QColor &one, const QColor &other);

@@ -95,6 +95,7 @@ void TestTheme::everyTextCanBeRead()
                     {"on-action", "action-pressed"},
                     {"muted", "window"},
                     {"failure", "window"},
+                    {"warning", "window"},
                     {"ink", "paper"},
                     {"ink", "selection"},
                     {"link", "paper"},

@@ -4,8 +4,13 @@
 
 #include "controls/Theme.h"
 #include "places/Preferences.h"
+#include "platform/Text.h"
+#include "platform/Workspace.h"
 
 #include <QCloseEvent>
+#include <QScreen>
+
+#include <algorithm>
 
 using namespace Qt::StringLiterals;
 
@@ -13,13 +18,49 @@ namespace
 {
 const QString sheet = uR"(
 QLabel[role="heading"] { font-weight: 600; }
-ElidedLabel[role="path"] { color: @muted; }
+ElidedLabel[role="path"], QLabel[role="explanation"] { color: @muted; }
+HintLabel { color: @warning; }
 )"_s;
 
 void fill(QLineEdit &field, const QString &text)
 {
     const QSignalBlocker isNoChange(field);
     field.setText(text);
+}
+
+QString hintAbout(const GameFolder::Finding &finding)
+{
+    switch (finding.kind) {
+    case GameFolder::Finding::Usable:
+        break;
+    case GameFolder::Finding::NoFolder:
+        return u"This folder does not exist. Choose the one that holds \"_retail_\"."_s;
+    case GameFolder::Finding::NoVariant:
+        return u"There is no \"_retail_\" in this folder. Choose the one that holds it."_s;
+    case GameFolder::Finding::OtherSpelling:
+        return Text::filled(u"The game has a folder \"%@\" here, and may not see the guide pack in \"%@\".",
+                            {finding.found, finding.expected});
+    }
+    return {};
+}
+
+QString hintAbout(Workspace::Startable launcher)
+{
+    switch (launcher) {
+    case Workspace::Startable::Yes:
+        break;
+    case Workspace::Startable::Missing:
+        return u"The launcher is no longer there."_s;
+    case Workspace::Startable::EmptyBundle:
+        return u"There is no program in this folder that could be started."_s;
+    case Workspace::Startable::WithoutGio:
+        return u"To start a desktop entry the tool \"gio\" is needed, and it is not installed."_s;
+    case Workspace::Startable::WithoutWine:
+        return u"To start a Windows program Wine is needed, and it is not installed."_s;
+    case Workspace::Startable::NoProgram:
+        return u"This is no program, or its file may not be executed."_s;
+    }
+    return {};
 }
 } // namespace
 
@@ -29,6 +70,7 @@ SettingsWindow::SettingsWindow(UserDefaults &defaults, QWidget *parent)
     m_ui->setupUi(this);
     setAttribute(Qt::WA_DeleteOnClose);
     Theme::follow(*this, sheet);
+    setMinimumWidth(std::min(fontMetrics().averageCharWidth() * 80, screen()->availableSize().width() * 9 / 10));
     showStored();
     bindControls();
     connectButtons();
@@ -44,9 +86,25 @@ void SettingsWindow::showStored()
         const QSignalBlocker isNoChange(m_ui->autoLaunchBox);
         m_ui->autoLaunchBox->setChecked(Preferences::autoLaunch.in(m_defaults));
     }
-    m_ui->installPathLabel->setText(Preferences::installPath.in(m_defaults));
+    showPaths();
+}
+
+// What is said of a path stands below it for the eye, and in its button's description for the ear.
+void SettingsWindow::showPaths()
+{
+    const auto show = [](const QString &path, const QString &hint, ElidedLabel &label, HintLabel &below,
+                         QWidget &button) {
+        label.setText(path);
+        below.setHint(hint);
+        button.setAccessibleDescription(hint.isEmpty() ? path : path + u". "_s + hint);
+    };
+    const GameFolder game = GameFolder::current(m_defaults);
+    show(game.root(), hintAbout(game.judged()), *m_ui->installPathLabel, *m_ui->installPathHint,
+         *m_ui->installPathButton);
     const QString launcher = Preferences::launchPath.in(m_defaults);
-    m_ui->launchPathLabel->setText(launcher.isEmpty() ? u"not chosen yet"_s : launcher);
+    const bool isChosen = !launcher.isEmpty();
+    show(isChosen ? launcher : u"not chosen yet"_s, isChosen ? hintAbout(Workspace::startable(launcher)) : QString(),
+         *m_ui->launchPathLabel, *m_ui->launchPathHint, *m_ui->launchPathButton);
 }
 
 // Every change is stored at once, whoever makes it: an assistive tool sends no key strokes and no clicks. The end of an
@@ -87,6 +145,17 @@ void SettingsWindow::accept()
 void SettingsWindow::reject()
 {
     Q_EMIT cancelPressed();
+}
+
+// The player may have moved or installed something meanwhile.
+bool SettingsWindow::event(QEvent *event)
+{
+    const bool isHandled = QDialog::event(event);
+    if (event->type() == QEvent::WindowActivate)
+        showPaths();
+    if (event->type() == QEvent::LayoutRequest || event->type() == QEvent::Resize)
+        setMinimumHeight(layout()->totalHeightForWidth(width())); // a layout keeps no room for text that wraps
+    return isHandled;
 }
 
 void SettingsWindow::closeEvent(QCloseEvent *event)

@@ -12,8 +12,9 @@ namespace Ui
 class SettingsWindow;
 }
 
-// Edits the preferences directly: every change of a control is stored at once. What its buttons do belongs to its
-// owner. Escape is Cancel; the title bar's close button only closes. Deletes itself when it was closed.
+// Edits the preferences directly: every change of a control is stored at once. What is wrong with a chosen path is told
+// below it, and forbids nothing. What the buttons do belongs to the window's owner. Escape is Cancel; the title bar's
+// close button only closes. Deletes itself when it was closed.
 class SettingsWindow : public QDialog
 {
     Q_OBJECT
@@ -34,11 +35,13 @@ Q_SIGNALS:
     void closing();
 
 protected:
+    bool event(QEvent *event) override;
     void closeEvent(QCloseEvent *event) override;
     void accept() override;
     void reject() override;
 
 private:
+    void showPaths(); // and what is to be said of them
     void bindControls();
     void connectButtons();
     void showPassword(bool shown);

@@ -4,8 +4,10 @@
 #include "controls/Theme.h"
 #include "places/Preferences.h"
 #include "support/DarkDesktop.h"
+#include "support/Files.h"
 #include "support/TestWorld.h"
 
+#include <QAccessible>
 #include <QCheckBox>
 #include <QClipboard>
 #include <QGuiApplication>
@@ -39,6 +41,13 @@ private Q_SLOTS:
     void namesSayWhatAControlIsFor();
     void labelsLeadToTheirFields();
     void theRepairButtonSaysWhatItDeletes();
+    void whatRepairDeletesCanBeReadBesideIt();
+    void whatIsWrongWithTheGameFolderIsToldBelowIt();
+    void whatIsWrongWithTheLauncherIsToldBelowIt();
+    void aPathsButtonTellsThePathAndWhatIsWrongWithIt();
+    void hintsFollowWhatHappensMeanwhile();
+    void nothingIsCut_data();
+    void nothingIsCut();
     void buttonsReportTheirPress();
     void aBrowseButtonNamesItsPreference();
     void returnIsOkAndEscapeIsCancel();
@@ -48,6 +57,16 @@ private Q_SLOTS:
 
 private:
     void open();
+    void store(const QString &installPath, const QString &launchPath = {})
+    {
+        m_world->defaults().setObject(Preferences::installPath.key, installPath);
+        m_world->defaults().setObject(Preferences::launchPath.key, launchPath);
+    }
+    QString hint(const char *name) const // empty when it does not show
+    {
+        const auto *const label = control<QLabel>(QString::fromLatin1(name));
+        return label->isVisible() ? label->text() : QString();
+    }
     void pressByKey(const QString &button) const
     {
         control(button)->setFocus();
@@ -183,7 +202,7 @@ void TestSettingsWindow::tabWalksFromTopToBottom()
     open();
     const QStringList order = {
         u"userNameField"_s,    u"passwordField"_s, u"showPasswordButton"_s, u"installPathButton"_s, u"detectButton"_s,
-        u"launchPathButton"_s, u"autoLaunchBox"_s, u"okButton"_s,           u"cancelButton"_s,      u"repairButton"_s};
+        u"launchPathButton"_s, u"autoLaunchBox"_s, u"repairButton"_s,       u"okButton"_s,          u"cancelButton"_s};
     for (const QString &name : order) {
         QVERIFY(QApplication::focusWidget());
         QCOMPARE(QApplication::focusWidget()->objectName(), name);
@@ -233,6 +252,108 @@ void TestSettingsWindow::theRepairButtonSaysWhatItDeletes()
     const QString tip = control(u"repairButton"_s)->toolTip();
     for (const QString &name : {u"\"Trailbook\""_s, u"\"Trailbook.lua\""_s, u"\"Trailbook.lua.bak\""_s})
         QVERIFY2(tip.contains(name), qPrintable(name));
+}
+
+void TestSettingsWindow::whatRepairDeletesCanBeReadBesideIt()
+{
+    open();
+    const auto *const text = control<QLabel>(u"repairText"_s);
+    QVERIFY(text->isVisible());
+    for (const QString &word : {u"Deletes the add-on"_s, u"saved settings"_s, u"afresh"_s})
+        QVERIFY2(text->text().contains(word), qPrintable(word));
+    const QPushButton *const button = control(u"repairButton"_s);
+    QVERIFY(button->geometry().top() < text->geometry().bottom()
+            && text->geometry().top() < button->geometry().bottom());
+}
+
+void TestSettingsWindow::whatIsWrongWithTheGameFolderIsToldBelowIt()
+{
+    const QString game = m_world->gameFolder();
+    open();
+    QVERIFY(hint("installPathHint").contains(u"does not exist"_s));
+    makeFolder(toPath(game));
+    m_window->showStored();
+    QVERIFY(hint("installPathHint").contains(u"no \"_retail_\""_s));
+    makeFolder(toPath(game + u"/_retail_/Interface/Addons"_s));
+    m_window->showStored();
+    QVERIFY(hint("installPathHint").contains(u"\"Addons\""_s));
+    QVERIFY(hint("installPathHint").contains(u"\"AddOns\""_s));
+    QVERIFY(control<QLabel>(u"installPathHint"_s)->y() > control<QWidget>(u"installPathLabel"_s)->y());
+    store(game + u"/none"_s);
+    makeFolder(toPath(game + u"/none/_retail_"_s));
+    m_window->showStored();
+    QCOMPARE(hint("installPathHint"), QString());
+}
+
+void TestSettingsWindow::whatIsWrongWithTheLauncherIsToldBelowIt()
+{
+    const QString launcher = m_world->path(u"launcher"_s);
+    open();
+    QCOMPARE(hint("launchPathHint"), QString()); // the path itself says that none was chosen
+    store(m_world->gameFolder(), launcher);
+    m_window->showStored();
+    QVERIFY(hint("launchPathHint").contains(u"no longer there"_s));
+    makeFile(toPath(launcher), "#!/bin/sh\n", 0644);
+    m_window->showStored();
+    QVERIFY(hint("launchPathHint").contains(u"no program"_s));
+    setMode(toPath(launcher), 0755);
+    m_window->showStored();
+    QCOMPARE(hint("launchPathHint"), QString());
+}
+
+void TestSettingsWindow::aPathsButtonTellsThePathAndWhatIsWrongWithIt()
+{
+    makeFile(toPath(m_world->path(u"launcher"_s)), "#!/bin/sh\n", 0755);
+    open();
+    const auto heard = [this](const char *button) {
+        return QAccessible::queryAccessibleInterface(control(QString::fromLatin1(button)))
+            ->text(QAccessible::Description);
+    };
+    QCOMPARE(heard("installPathButton"), m_world->gameFolder() + u". "_s + hint("installPathHint"));
+    QCOMPARE(heard("launchPathButton"), u"not chosen yet"_s);
+    store(m_world->gameFolder(), m_world->path(u"launcher"_s));
+    m_window->showStored();
+    QCOMPARE(heard("launchPathButton"), m_world->path(u"launcher"_s));
+}
+
+void TestSettingsWindow::hintsFollowWhatHappensMeanwhile()
+{
+    open();
+    QVERIFY(!hint("installPathHint").isEmpty());
+    makeFolder(toPath(m_world->gameFolder() + u"/_retail_"_s));
+    QWidget another; // in front of it for a while
+    another.show();
+    QVERIFY(QTest::qWaitForWindowActive(&another));
+    m_window->activateWindow();
+    QTRY_COMPARE(hint("installPathHint"), QString());
+}
+
+void TestSettingsWindow::nothingIsCut_data()
+{
+    QTest::addColumn<int>("pointSize");
+    for (const int size : {8, 10, 20})
+        QTest::addRow("%d points", size) << size;
+}
+
+void TestSettingsWindow::nothingIsCut()
+{
+    QFETCH(const int, pointSize);
+    QFont font = QApplication::font();
+    font.setPointSize(pointSize);
+    makeFolder(toPath(m_world->gameFolder() + u"/_retail_/Interface/Addons"_s));
+    makeFile(toPath(m_world->path(u"launcher"_s))); // not executable
+    store(m_world->gameFolder(), m_world->path(u"launcher"_s));
+    m_window = new SettingsWindow(m_world->defaults(), nullptr);
+    m_window->setFont(font);
+    m_window->show();
+    QVERIFY(QTest::qWaitForWindowActive(m_window));
+    m_window->resize(m_window->minimumSize());
+    for (const QLabel *label : m_window->findChildren<QLabel *>()) {
+        if (label->isVisible() && label->wordWrap())
+            QTRY_VERIFY2(label->height() >= label->heightForWidth(label->width()), qPrintable(label->objectName()));
+    }
+    for (const QPushButton *button : m_window->findChildren<QPushButton *>())
+        QVERIFY2(button->width() >= button->minimumSizeHint().width(), qPrintable(button->objectName()));
 }
 
 void TestSettingsWindow::buttonsReportTheirPress()

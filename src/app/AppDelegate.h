@@ -126,7 +126,8 @@ private:
     void showLoginOutcome();
     Repair repair() const;
     // Shows the failure of a change that an administrator was asked for: the message's "%@" is its reason.
-    void showFailure(const PrivilegedOutcome &outcome, QStringView message, const QString &informativeText = {});
+    void showFailure(const PrivilegedOutcome &outcome, const QString &heading, QStringView message,
+                     const QString &informativeText = {});
     void showIfFailed(const std::optional<PrivilegedOutcome> &outcome); // of an installation
     bool showUnlessRepaired(const std::optional<PrivilegedOutcome> &outcome); // true when repaired
 

@@ -55,8 +55,10 @@ void AppDelegate::downloadFinishedWithResult(bool result)
         updateVersionText();
         return;
     }
-    m_surroundings.alert.runModal({u"Wayfer Installer failed to download Wayfar Pack update. Please retry and contact "
-                                   "Wayfar support if problem persists."_s});
+    m_surroundings.alert.runModal(
+        {.messageText = u"Wayfer Installer failed to download Wayfar Pack update. Please retry and contact Wayfar "
+                        "support if problem persists."_s,
+         .heading = u"Update failed"_s});
     setFailureStr(u"Update download failed. Please retry"_s);
 }
 
@@ -83,12 +85,14 @@ void AppDelegate::showIfFailed(const std::optional<PrivilegedOutcome> &outcome)
 {
     if (!outcome || outcome->done)
         return;
-    showFailure(*outcome, u"Wayfar Installer failed to make changes. Reason %@");
+    showFailure(*outcome, u"Installation failed"_s, u"Wayfar Installer failed to make changes. Reason %@");
     setFailureStr(u"Installation Failed. Permission issue..."_s);
 }
 
-void AppDelegate::showFailure(const PrivilegedOutcome &outcome, QStringView message, const QString &informativeText)
+void AppDelegate::showFailure(const PrivilegedOutcome &outcome, const QString &heading, QStringView message,
+                              const QString &informativeText)
 {
-    m_surroundings.alert.runModal(
-        {.messageText = Text::filled(message, {outcome.reason}), .informativeText = informativeText});
+    m_surroundings.alert.runModal({.messageText = Text::filled(message, {outcome.reason}),
+                                   .informativeText = informativeText,
+                                   .heading = heading});
 }

@@ -40,7 +40,8 @@ void AppDelegate::repairtInstallation()
     else if (!showUnlessRepaired(luaFiles))
         return;
     else
-        m_surroundings.alert.runModal({u"Wayfar Installer successfully repaired Installation."_s});
+        m_surroundings.alert.runModal(
+            {.messageText = u"Wayfar Installer successfully repaired Installation."_s, .heading = u"Repair"_s});
     updateVersionText();
 }
 
@@ -48,6 +49,6 @@ bool AppDelegate::showUnlessRepaired(const std::optional<PrivilegedOutcome> &out
 {
     if (!outcome || outcome->done)
         return true;
-    showFailure(*outcome, u"Wayfar Installer failed to repair Installation. Reason %@");
+    showFailure(*outcome, u"Repair failed"_s, u"Wayfar Installer failed to repair Installation. Reason %@");
     return false;
 }

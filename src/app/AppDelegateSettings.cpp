@@ -57,7 +57,9 @@ void AppDelegate::autoDetectPath()
     const GameFolder game(GameFolder::usualRoot.toString());
     const QString missing = game.missing();
     if (!missing.isEmpty()) {
-        m_surroundings.alert.runModal({Text::filled(u"%@ does not exist. Please verify you installation", {missing})});
+        m_surroundings.alert.runModal(
+            {.messageText = Text::filled(u"%@ does not exist. Please verify you installation", {missing}),
+             .heading = u"Game not found"_s});
         return;
     }
     storePath(Preferences::installPath.key, game.root());

@@ -25,11 +25,13 @@ bool AppDelegate::checkInstallerUpdate()
     const bool available = m_upgrade->updateAvailable(&unreachable, &version);
     if (unreachable) {
         // The bundle's name in it is fixed text (docs/kept-on-purpose.md).
-        m_surroundings.alert.runModal({Text::filled(
-            u"Installer could not connect to %@ or connection is blocked by a security software. Check internet "
-            "connection to website and whitelist WayfarRoutes_1.2.6.app file with your security software and try "
-            "again.",
-            {m_surroundings.site.wwwHost()})});
+        m_surroundings.alert.runModal(
+            {.messageText = Text::filled(
+                 u"Installer could not connect to %@ or connection is blocked by a security software. Check internet "
+                 "connection to website and whitelist WayfarRoutes_1.2.6.app file with your security software and try "
+                 "again.",
+                 {m_surroundings.site.wwwHost()}),
+             .heading = u"No connection"_s});
         m_surroundings.exit(1);
         return true;
     }
@@ -45,7 +47,8 @@ void AppDelegate::performUpgrade(const QString &version)
              u"An updated version %@ of Wayfar Installer is available. Would you like to download?", {version}),
          .informativeText = u"NOTE: Upgrade to newest version is recommended"_s,
          .defaultButton = u"YES"_s,
-         .alternateButton = u"NO"_s});
+         .alternateButton = u"NO"_s,
+         .heading = u"New version"_s});
     if (answer != Alert::DefaultReturn) {
         downloadInstallerFiles();
         return;
@@ -64,8 +67,10 @@ void AppDelegate::InstallerUpgradeResult(bool result)
         installUpdate();
         return;
     }
-    m_surroundings.alert.runModal({u"Wayfer Installer failed to download installer update. Installer will quit. Please "
-                                   "retry and contact Wayfar support if problem persists."_s});
+    m_surroundings.alert.runModal(
+        {.messageText = u"Wayfer Installer failed to download installer update. Installer will quit. Please "
+                        "retry and contact Wayfar support if problem persists."_s,
+         .heading = u"Upgrade failed"_s});
     m_surroundings.exit(1);
 }
 
@@ -89,7 +94,7 @@ bool AppDelegate::movetoLocation(const FilePath &source, const FilePath &destina
         [&] { byAdministrator = InstallerReplacement::move(source, destination, m_surroundings.scriptRunner); });
     if (!byAdministrator || byAdministrator->done)
         return true;
-    showFailure(*byAdministrator, u"Wayfar Installer failed to make changes. Reason %@",
+    showFailure(*byAdministrator, u"Upgrade failed"_s, u"Wayfar Installer failed to make changes. Reason %@",
                 u"Application will quit now."_s);
     m_surroundings.exit(1);
     return false;

@@ -15,6 +15,8 @@
 #include <QScreen>
 #include <QStyle>
 
+#include <algorithm>
+
 using namespace Qt::StringLiterals;
 
 namespace
@@ -55,11 +57,51 @@ void showTexts(QMessageBox &box, const AlertContent &content)
     }
 }
 
+QWidget *shownSplash()
+{
+    for (QWidget *window : QApplication::topLevelWidgets()) {
+        if (window->isVisible() && window->windowType() == Qt::SplashScreen)
+            return window;
+    }
+    return nullptr;
+}
+
+// Belongs to a window wherever one shows, so that it can be neither minimised nor lost behind it. In front of the
+// splash it leaves the program's name to be read, which fills the upper part.
+class Box : public QMessageBox
+{
+public:
+    Box() : QMessageBox(QApplication::activeWindow() ? QApplication::activeWindow() : shownSplash())
+    {
+        setWindowFlags(Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::WindowSystemMenuHint
+                       | Qt::WindowCloseButtonHint);
+    }
+
+protected:
+    void showEvent(QShowEvent *event) override
+    {
+        QMessageBox::showEvent(event); // it has its size now
+        if (const QWidget *splash = shownSplash())
+            moveBelowTitleOf(*splash);
+    }
+
+private:
+    void moveBelowTitleOf(const QWidget &splash)
+    {
+        const QRect around = splash.frameGeometry();
+        const QRect room = screen()->availableGeometry();
+        const int frame = style()->pixelMetric(QStyle::PM_TitleBarHeight, nullptr, this);
+        const int top = std::min(around.top() + around.height() * 9 / 20, room.bottom() - height() - frame);
+        move(around.center().x() - width() / 2, std::max(room.top(), top));
+    }
+};
+
 int show(const AlertContent &content)
 {
     // A watched pointer: the program's end may delete the parent window, and the box with it, while it is open.
-    const QPointer<QMessageBox> box(new QMessageBox(QApplication::activeWindow()));
-    box->setWindowTitle(QGuiApplication::applicationDisplayName());
+    const QPointer<QMessageBox> box(new Box);
+    const QString program = QGuiApplication::applicationDisplayName();
+    box->setWindowTitle(content.heading.isEmpty() ? program : content.heading + u" \u2014 "_s + program);
     const QIcon ours = QGuiApplication::windowIcon(); // the same for good news and bad
     box->setIconPixmap(ours.pixmap(box->style()->pixelMetric(QStyle::PM_MessageBoxIconSize)));
     showTexts(*box, content);

@@ -7,6 +7,7 @@ struct AlertContent {
     QString informativeText = {};
     QString defaultButton = QStringLiteral("OK");
     QString alternateButton = {}; // none when empty
+    QString heading = {}; // what it is about, in a word or two
 };
 
 // A question to the player, modal for the whole program.

@@ -67,6 +67,10 @@ class TestAlertWindow : public QObject
 
 private Q_SLOTS:
     void theTextsAndButtonsAreShown();
+    void theTitleNamesWhatItIsAboutAndTheProgram();
+    void itBelongsToTheSplashAndCanNotBeMinimised();
+    void itLeavesTheNameOnTheSplashToBeRead_data();
+    void itLeavesTheNameOnTheSplashToBeRead();
     void aPlainAlertHasOneButton();
     void markupIsShownAsItStands_data();
     void markupIsShownAsItStands();
@@ -94,6 +98,57 @@ void TestAlertWindow::theTextsAndButtonsAreShown()
         QVERIFY(box.isModal());
     });
     QCOMPARE(answer, 0);
+}
+
+void TestAlertWindow::theTitleNamesWhatItIsAboutAndTheProgram()
+{
+    QGuiApplication::setApplicationDisplayName(u"Wayfar Installer"_s);
+    for (const auto &[heading, title] :
+         {std::pair{u"Repair"_s, u"Repair \u2014 Wayfar Installer"_s}, std::pair{QString(), u"Wayfar Installer"_s}}) {
+        AlertContent content = question;
+        content.heading = heading;
+        const QString expected = title;
+        (void)answerTo(content, [&](QMessageBox &box) { QCOMPARE(box.windowTitle(), expected); });
+    }
+}
+
+// A window without a parent gets a place of its own on the desktop, and can be lost there.
+void TestAlertWindow::itBelongsToTheSplashAndCanNotBeMinimised()
+{
+    QWidget splash(nullptr, Qt::SplashScreen);
+    splash.show();
+    (void)answerTo(question, [&](QMessageBox &box) {
+        QCOMPARE(box.windowHandle()->transientParent(), splash.windowHandle());
+        QVERIFY(box.windowFlags() & Qt::CustomizeWindowHint);
+        QVERIFY(!(box.windowFlags() & Qt::WindowMinimizeButtonHint));
+        QVERIFY(box.windowFlags() & Qt::WindowCloseButtonHint);
+    });
+}
+
+void TestAlertWindow::itLeavesTheNameOnTheSplashToBeRead_data()
+{
+    QTest::addColumn<QPoint>("splashAt");
+    QTest::addColumn<QString>("text");
+    QTest::newRow("a short text") << QPoint(100, 100) << u"The download failed."_s;
+    QTest::newRow("a long text") << QPoint(100, 100) << u"word "_s.repeated(500);
+    QTest::newRow("at the top") << QPoint(0, 0) << u"The download failed."_s;
+    QTest::newRow("at the bottom: it stays on the screen") << QPoint(100, 700) << u"The download failed."_s;
+}
+
+void TestAlertWindow::itLeavesTheNameOnTheSplashToBeRead()
+{
+    QFETCH(const QPoint, splashAt);
+    QFETCH(const QString, text);
+    QWidget splash(nullptr, Qt::SplashScreen);
+    splash.setGeometry(QRect(splashAt, QSize(600, 340)));
+    splash.show();
+    (void)answerTo({text}, [&](QMessageBox &box) {
+        const QRect room = box.screen()->availableGeometry();
+        QVERIFY(room.contains(box.geometry()));
+        const QRect name = QRect(splashAt, QSize(600, 340 * 2 / 5)); // the letters end there
+        if (splashAt.y() < 200)
+            QVERIFY(!box.geometry().intersects(name));
+    });
 }
 
 void TestAlertWindow::aPlainAlertHasOneButton()

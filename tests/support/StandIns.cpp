@@ -28,7 +28,7 @@ QStringList RecordingAlert::told() const
 {
     QStringList texts;
     for (const AlertContent &content : shown) {
-        QString text = content.messageText;
+        QString text = (content.heading.isEmpty() ? u"(no heading) "_s : QString()) + content.messageText;
         if (!content.informativeText.isEmpty())
             text += u'\n' + content.informativeText;
         if (content.defaultButton != u"OK" || !content.alternateButton.isEmpty())

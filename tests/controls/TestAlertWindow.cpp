@@ -13,6 +13,7 @@
 #include <QPushButton>
 #include <QScreen>
 #include <QTest>
+#include <QWindow>
 
 #include <functional>
 #include <thread>
@@ -117,6 +118,9 @@ void TestAlertWindow::itBelongsToTheSplashAndCanNotBeMinimised()
 {
     QWidget splash(nullptr, Qt::SplashScreen);
     splash.show();
+    QWindow inFront; // no widget of ours has the keyboard
+    inFront.show();
+    QVERIFY(QTest::qWaitForWindowActive(&inFront));
     (void)answerTo(question, [&](QMessageBox &box) {
         QCOMPARE(box.windowHandle()->transientParent(), splash.windowHandle());
         QVERIFY(box.windowFlags() & Qt::CustomizeWindowHint);

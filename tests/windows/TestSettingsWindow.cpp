@@ -340,14 +340,17 @@ void TestSettingsWindow::nothingIsCut()
     QFETCH(const int, pointSize);
     QFont font = QApplication::font();
     font.setPointSize(pointSize);
-    makeFolder(toPath(m_world->gameFolder() + u"/_retail_/Interface/Addons"_s));
-    makeFile(toPath(m_world->path(u"launcher"_s))); // not executable
-    store(m_world->gameFolder(), m_world->path(u"launcher"_s));
+    makeFolder(toPath(m_world->gameFolder() + u"/_retail_"_s));
     m_window = new SettingsWindow(m_world->defaults(), nullptr);
     m_window->setFont(font);
     m_window->show();
     QVERIFY(QTest::qWaitForWindowActive(m_window));
     m_window->resize(m_window->minimumSize());
+    makeFolder(toPath(m_world->gameFolder() + u"/_retail_/Interface/Addons"_s));
+    makeFile(toPath(m_world->path(u"launcher"_s))); // not executable
+    store(m_world->gameFolder(), m_world->path(u"launcher"_s));
+    m_window->showStored();
+    QVERIFY(!hint("installPathHint").isEmpty() && !hint("launchPathHint").isEmpty());
     for (const QLabel *label : m_window->findChildren<QLabel *>()) {
         if (label->isVisible() && label->wordWrap())
             QTRY_VERIFY2(label->height() >= label->heightForWidth(label->width()), qPrintable(label->objectName()));

@@ -1,34 +1,47 @@
 #include "windows/OpenPanel.h"
 
+#include "places/GamePlaces.h"
 #include "platform/Bundle.h"
 
+#include <QDateTime>
 #include <QDir>
+#include <QHeaderView>
+#include <QListView>
+#include <QLocale>
+#include <QScreen>
 #include <QShortcut>
-#include <QStandardPaths>
+#include <QStyledItemDelegate>
+#include <QTreeView>
 
+#include <algorithm>
 #include <utility>
 
 using namespace Qt::StringLiterals;
 
 namespace
 {
-// Where games, and the Windows worlds that they live in, usually are.
-QStringList usualPlaces()
+enum Column { NameColumn, SizeColumn, TypeColumn, DateColumn };
+
+// The view's own model calls a place by its folder, which says little: "drive_c", and "compatdata" twice.
+class PlaceNames : public QStyledItemDelegate
 {
-    const QString home = QDir::homePath();
-    const QString data = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
-    return {home,
-            home + u"/Games"_s,
-            home + u"/.wine/drive_c"_s,
-            data + u"/wineprefixes"_s,
-            data + u"/lutris"_s,
-            data + u"/Steam/steamapps/compatdata"_s,
-            data + u"/Steam/steamapps/common"_s,
-            home + u"/.steam/steam/steamapps/compatdata"_s,
-            home + u"/.var/app/com.valvesoftware.Steam/.local/share/Steam/steamapps/compatdata"_s,
-            home + u"/.var/app/net.lutris.Lutris/data/lutris"_s,
-            QDir::rootPath()};
-}
+public:
+    using QStyledItemDelegate::QStyledItemDelegate;
+
+    QSize sizeHint(const QStyleOptionViewItem &option, const QModelIndex &index) const override
+    {
+        return QStyledItemDelegate::sizeHint(option, index) + QSize(4, 6); // the icons fill the row otherwise
+    }
+
+protected:
+    void initStyleOption(QStyleOptionViewItem *option, const QModelIndex &index) const override
+    {
+        QStyledItemDelegate::initStyleOption(option, index);
+        const QString name = index.data(Qt::AccessibleTextRole).toString();
+        if (!name.isEmpty()) // the player may add folders of his own
+            option->text = name;
+    }
+};
 } // namespace
 
 OpenPanel::OpenPanel(Choice choice, const QString &current, QWidget *parent)
@@ -38,12 +51,45 @@ OpenPanel::OpenPanel(Choice choice, const QString &current, QWidget *parent)
     setOption(QFileDialog::ShowDirsOnly, choice == Folders);
     setFileMode(choice == Folders ? QFileDialog::Directory : QFileDialog::ExistingFile);
     setLabelText(QFileDialog::Accept, u"Choose"_s);
+    m_sharedPlaces = sidebarUrls();
+    m_sharedColumns = columns()->saveState();
+    layOut();
     addPlaces();
     openAt(current);
     connect(new QShortcut(QKeySequence(Qt::CTRL | Qt::Key_H), this), &QShortcut::activated, this,
             &OpenPanel::toggleHidden);
     if (choice == Files)
         connect(this, &QFileDialog::directoryEntered, this, &OpenPanel::folderEntered);
+}
+
+// The base class stores its places and columns for the file dialogs of all programs: ours are not for them.
+OpenPanel::~OpenPanel()
+{
+    setSidebarUrls(m_sharedPlaces);
+    columns()->restoreState(m_sharedColumns);
+}
+
+QHeaderView *OpenPanel::columns() const
+{
+    return findChild<QTreeView *>(u"treeView"_s)->header();
+}
+
+// Wide enough for names, dates and places, also in a large font.
+void OpenPanel::layOut()
+{
+    const QFontMetrics metrics = fontMetrics();
+    const QSize wanted(metrics.averageCharWidth() * 128, metrics.height() * 32);
+    resize(wanted.boundedTo(screen()->availableGeometry().size() * 9 / 10));
+
+    const QString date = QLocale::system().toString(QDateTime({2028, 12, 28}, {22, 58, 58}), QLocale::ShortFormat);
+    QHeaderView &header = *columns();
+    header.setStretchLastSection(false);
+    header.setMinimumSectionSize(metrics.averageCharWidth() * 11);
+    header.setSectionResizeMode(NameColumn, QHeaderView::Stretch);
+    header.resizeSection(TypeColumn, metrics.averageCharWidth() * 18);
+    header.resizeSection(DateColumn, metrics.horizontalAdvance(date) + metrics.averageCharWidth() * 4);
+    for (const int column : {SizeColumn, TypeColumn})
+        header.setSectionHidden(column, m_choice == Folders); // which have no size, and are all of one type
 }
 
 void OpenPanel::openAt(const QString &stored)
@@ -60,16 +106,18 @@ void OpenPanel::openAt(const QString &stored)
 
 void OpenPanel::addPlaces()
 {
+    const QList<GamePlace> places = GamePlaces::existing();
     QList<QUrl> urls;
-    QStringList seen;
-    for (const QString &place : usualPlaces()) {
-        const QString real = QFileInfo(place).canonicalFilePath(); // empty where there is none
-        if (real.isEmpty() || seen.contains(real))
-            continue;
-        seen.append(real);
-        urls.append(QUrl::fromLocalFile(place));
-    }
+    for (const GamePlace &place : places)
+        urls.append(QUrl::fromLocalFile(place.path));
     setSidebarUrls(urls);
+
+    auto *const bar = findChild<QListView *>(u"sidebar"_s);
+    for (int row = 0; row < bar->model()->rowCount(); ++row)
+        bar->model()->setData(bar->model()->index(row, 0), places.value(row).name, Qt::AccessibleTextRole);
+    bar->setItemDelegate(new PlaceNames(bar));
+    bar->setTextElideMode(Qt::ElideMiddle); // places that share their beginning differ at the end
+    bar->setMinimumWidth(std::min(bar->sizeHintForColumn(0) + 2 * bar->frameWidth(), width() / 3));
 }
 
 void OpenPanel::toggleHidden()

@@ -3,9 +3,13 @@
 #include "support/PanelDriver.h"
 #include "support/TestWorld.h"
 
+#include <QAccessible>
 #include <QDir>
 #include <QListView>
+#include <QScreen>
+#include <QSettings>
 #include <QTest>
+#include <QTreeView>
 
 using namespace Qt::StringLiterals;
 
@@ -25,24 +29,14 @@ private Q_SLOTS:
     void itOpensAtTheCurrentValueOrTheNearestParent();
     void theCurrentLauncherIsSelected_data();
     void theCurrentLauncherIsSelected();
-    void thePlacesOfGamesThatExistAreOffered();
-    void aPlaceReachedTwoWaysIsOfferedOnce();
+    void placesAreCalledWhatTheyAre();
+    void itIsWideEnoughToRead_data();
+    void itIsWideEnoughToRead();
+    void otherProgramsKeepTheirOwnPlacesAndColumns();
     void aClickOnAPlaceGoesThere();
 
 private:
     void makeFolder(const QString &name) const { QVERIFY(QDir().mkpath(m_world->path(name))); }
-    // The panel's places, below the world's folder, between its home and the root.
-    void verifyPlaces(const QStringList &names) const
-    {
-        QStringList expected = {m_world->path(u"home"_s)};
-        for (const QString &name : names)
-            expected.append(m_world->path(name));
-        QStringList places;
-        for (const QUrl &url : OpenPanel(OpenPanel::Files, {}, nullptr).sidebarUrls())
-            places.append(url.toLocalFile());
-        QCOMPARE(places, expected << u"/"_s);
-    }
-
     std::unique_ptr<TestWorld> m_world;
 };
 
@@ -106,34 +100,65 @@ void TestOpenPanelPlaces::theCurrentLauncherIsSelected()
     QCOMPARE(panel.chosen(), m_world->path(u"games/"_s + name));
 }
 
-void TestOpenPanelPlaces::thePlacesOfGamesThatExistAreOffered()
+void TestOpenPanelPlaces::placesAreCalledWhatTheyAre()
 {
-    verifyPlaces({});
-    const QStringList places = {u"home/Games"_s,
-                                u"home/.wine/drive_c"_s,
-                                u"data/wineprefixes"_s,
-                                u"data/lutris"_s,
-                                u"data/Steam/steamapps/compatdata"_s,
-                                u"data/Steam/steamapps/common"_s,
-                                u"home/.steam/steam/steamapps/compatdata"_s,
-                                u"home/.var/app/com.valvesoftware.Steam/.local/share/Steam/steamapps/compatdata"_s,
-                                u"home/.var/app/net.lutris.Lutris/data/lutris"_s};
-    for (const QString &place : places) {
+    const QString flatpak = u"home/.var/app/com.valvesoftware.Steam/.local/share/Steam/steamapps/compatdata"_s;
+    for (const QString &place : {u"home/.wine/drive_c"_s, u"data/Steam/steamapps/compatdata"_s, flatpak})
         makeFolder(place);
-        verifyPlaces({place});
-        QVERIFY(QDir().rmdir(m_world->path(place)));
-    }
-    for (const QString &place : places)
-        makeFolder(place);
-    verifyPlaces(places);
+    OpenPanel panel(OpenPanel::Files, {}, nullptr);
+    panel.show();
+    QVERIFY(QTest::qWaitForWindowActive(&panel));
+    auto *const bar = panel.findChild<QListView *>(u"sidebar"_s);
+    QAccessibleInterface *const tool = QAccessible::queryAccessibleInterface(bar);
+    QStringList heard;
+    for (int row = 0; row < bar->model()->rowCount(); ++row)
+        heard.append(tool->child(row)->text(QAccessible::Name));
+    const QString longest = u"Steam (Proton), Flatpak"_s;
+    QCOMPARE(heard, QStringList({u"Home"_s, u"Wine"_s, u"Steam (Proton)"_s, longest, u"Computer"_s}));
+    QVERIFY(bar->sizeHintForColumn(0) > bar->fontMetrics().horizontalAdvance(longest)); // it is what is painted
+    QCOMPARE(panel.sidebarUrls().value(3).toLocalFile(), m_world->path(flatpak));
 }
 
-void TestOpenPanelPlaces::aPlaceReachedTwoWaysIsOfferedOnce()
+void TestOpenPanelPlaces::itIsWideEnoughToRead_data()
 {
-    makeFolder(u"data/Steam/steamapps/compatdata"_s);
-    makeFolder(u"home/.steam"_s);
-    QVERIFY(QFile::link(m_world->path(u"data/Steam"_s), m_world->path(u"home/.steam/steam"_s)));
-    verifyPlaces({u"data/Steam/steamapps/compatdata"_s});
+    QTest::addColumn<OpenPanel::Choice>("choice");
+    QTest::newRow("folders") << OpenPanel::Folders;
+    QTest::newRow("files") << OpenPanel::Files;
+}
+
+void TestOpenPanelPlaces::itIsWideEnoughToRead()
+{
+    QFETCH(const OpenPanel::Choice, choice);
+    m_world->write(m_world->path(u"home/World of Warcraft Launcher.exe"_s), "MZ");
+    OpenPanel panel(choice, {}, nullptr);
+    panel.show();
+    QVERIFY(QTest::qWaitForWindowActive(&panel));
+    const int room = panel.screen()->availableGeometry().width();
+    QVERIFY2(panel.width() >= std::min(800, room * 9 / 10), qPrintable(QString::number(panel.width())));
+    QVERIFY(panel.width() <= room);
+    auto *const table = panel.findChild<QTreeView *>(u"treeView"_s);
+    const QModelIndex folder = table->rootIndex();
+    QTRY_VERIFY(choice == OpenPanel::Folders || table->model()->rowCount(folder) == 1);
+    for (const int column : {1, 3}) { // the size and the date
+        const QString text = table->model()->index(0, column, folder).data().toString();
+        const bool isShown = !table->isColumnHidden(column);
+        QVERIFY(!isShown || table->columnWidth(column) > table->fontMetrics().horizontalAdvance(text));
+    }
+}
+
+// The base class keeps them in one file for all programs.
+void TestOpenPanelPlaces::otherProgramsKeepTheirOwnPlacesAndColumns()
+{
+    makeFolder(u"home/Games"_s);
+    const QSettings shared(QSettings::UserScope, u"QtProject"_s);
+    const auto stored = [&shared](const char *key) { return shared.value(QString::fromLatin1(key)); };
+    delete new QFileDialog;
+    const QVariant places = stored("FileDialog/shortcuts");
+    const QVariant columns = stored("FileDialog/treeViewHeader");
+    delete new OpenPanel(OpenPanel::Folders, {}, nullptr);
+    QVERIFY(places.isValid() && columns.isValid());
+    QCOMPARE(stored("FileDialog/shortcuts"), places);
+    QCOMPARE(stored("FileDialog/treeViewHeader"), columns);
 }
 
 void TestOpenPanelPlaces::aClickOnAPlaceGoesThere()

@@ -13,6 +13,9 @@ QString page(const QString &heading, const QString &text)
 body { margin: 1.25rem; max-width: 32rem; }
 h1 { margin: 0 0 .5rem; font-size: 1.35rem; font-weight: 600; }
 p { margin: 0 0 .75rem; }
+ol { margin: 0 0 1rem; padding-left: 1.4rem; }
+li { margin: 0 0 .7rem; padding-left: .3rem; }
+li::marker, b { font-weight: 600; }
 </style></head><body><h1>%@</h1>%@</body></html>
 )";
     return Text::filled(frame, {heading, heading, text});
@@ -21,10 +24,16 @@ p { margin: 0 0 .75rem; }
 
 QString AccountPages::welcome()
 {
-    return page(u"Welcome, traveller"_s,
-                u"<p>To see your account here and to download the guide pack, tell the installer who you are:</p>"
-                "<p>press <strong>Settings</strong>, enter the user name and the password of your Wayfar account, and "
-                "press <strong>OK</strong>.</p>"_s);
+    return page(
+        u"Welcome, traveller"_s,
+        u"<p>Three steps and you are on your way. Press <strong>Settings</strong> and choose:</p>"
+        "<ol><li><b>Your account</b><br>The user name and the password that you have with Wayfar. With them the "
+        "guide pack is downloaded, and your account shows here.</li>"
+        "<li><b>The game folder</b><br>Where your game is installed: the folder that holds "
+        "<code>_retail_</code>. The guide pack goes into it.</li>"
+        "<li><b>The launcher</b><br>What starts your game, be it a program, a script or a desktop entry. "
+        "<strong>Play</strong> opens it.</li></ol>"
+        "<p>Then press <strong>OK</strong>, and <strong>Update</strong> to install the guide pack.</p>"_s);
 }
 
 QString AccountPages::loginFailed()

@@ -39,6 +39,7 @@ private Q_SLOTS:
     void withoutASupportFolderTheFlagIsStoredAllTheSame();
     void aPageThatCannotBeReplacedIsNoError();
     void theFixedPagesAreDifferentDocuments();
+    void theWelcomeNamesTheThreeSteps();
 
 private:
     static constexpr const char *remotePath = "/api/dlCheckUser";
@@ -286,7 +287,17 @@ void TestUserLogin::theFixedPagesAreDifferentDocuments()
         QVERIFY(document.contains(u"<strong>Settings</strong>"_s));
         QVERIFY(!document.contains(u"%@"_s));
         QVERIFY(!document.contains(u"src="_s) && !document.contains(u"http"_s)); // complete in itself
+        QVERIFY(!document.contains(u"color"_s) && !document.contains(u'#')); // the pane's, by day and by night
     }
+}
+
+void TestUserLogin::theWelcomeNamesTheThreeSteps()
+{
+    const QString page = AccountPages::welcome();
+    QCOMPARE(page.count(u"<li>"_s), 3);
+    for (const QString &step : {u"<li><b>Your account</b>"_s, u"<li><b>The game folder</b>"_s,
+                                u"<li><b>The launcher</b>"_s, u"_retail_"_s, u"<strong>Update</strong>"_s})
+        QVERIFY2(page.contains(step), qPrintable(step));
 }
 
 QTEST_GUILESS_MAIN(TestUserLogin)

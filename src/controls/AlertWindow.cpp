@@ -1,9 +1,11 @@
 #include "controls/AlertWindow.h"
 
 #include "controls/LongTextView.h"
+#include "controls/WindowPlacement.h"
 #include "platform/MainThread.h"
 
 #include <QApplication>
+#include <QEvent>
 #include <QFontMetrics>
 #include <QGridLayout>
 #include <QIcon>
@@ -66,8 +68,8 @@ QWidget *shownSplash()
     return nullptr;
 }
 
-// Belongs to a window wherever one shows, so that it can be neither minimised nor lost behind it. In front of the
-// splash it leaves the program's name to be read, which fills the upper part.
+// Belongs to a window wherever one shows, so that it can't be lost behind it. In front of the splash it leaves the
+// program's name to be read, which fills the upper part.
 class Box : public QMessageBox
 {
 public:
@@ -85,13 +87,22 @@ protected:
             moveBelowTitleOf(*splash);
     }
 
+    // Some desktops offer it all the same, and the whole program would wait for a window that nobody sees.
+    void changeEvent(QEvent *event) override
+    {
+        QMessageBox::changeEvent(event);
+        if (event->type() == QEvent::WindowStateChange && isMinimized())
+            QMetaObject::invokeMethod(
+                this, [this] { WindowPlacement::makeKeyAndOrderFront(*this); }, Qt::QueuedConnection);
+    }
+
 private:
     void moveBelowTitleOf(const QWidget &splash)
     {
         const QRect around = splash.frameGeometry();
         const QRect room = screen()->availableGeometry();
-        const int frame = style()->pixelMetric(QStyle::PM_TitleBarHeight, nullptr, this);
-        const int top = std::min(around.top() + around.height() * 9 / 20, room.bottom() - height() - frame);
+        const int frame = style()->pixelMetric(QStyle::PM_TitleBarHeight, nullptr, this); // above our own top
+        const int top = std::min(around.top() + around.height() * 9 / 20 + frame, room.bottom() - height() - frame);
         move(around.center().x() - width() / 2, std::max(room.top(), top));
     }
 };

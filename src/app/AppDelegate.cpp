@@ -13,6 +13,7 @@
 #include "platform/MainThread.h"
 #include "platform/Workspace.h"
 #include "upgrade/InstallerUpgrade.h"
+#include "windows/AboutWindow.h"
 #include "windows/ChangeLog.h"
 #include "windows/MainWindow.h"
 #include "windows/SettingsWindow.h"
@@ -56,6 +57,8 @@ void AppDelegate::makeMainWindow()
     connect(window, &MainWindow::bannerPressed, this, &AppDelegate::bannerClick);
     connect(window, &MainWindow::settingsWanted, this, &AppDelegate::openSettings);
     connect(window, &MainWindow::changeLogWanted, this, &AppDelegate::getLogs);
+    connect(window, &MainWindow::siteWanted, this, &AppDelegate::openVendorSite);
+    connect(window, &MainWindow::aboutWanted, this, &AppDelegate::showAbout);
     connect(window, &MainWindow::closing, this, [this, window] { windowWillClose(window); });
 }
 

@@ -16,6 +16,7 @@
 #include <memory>
 #include <optional>
 
+class AboutWindow;
 class ChangeLog;
 class CursorButtons;
 class ImageView;
@@ -101,6 +102,10 @@ public:
     void okaySettings();
     void cancelSettings();
 
+    // The help.
+    void openVendorSite();
+    void showAbout();
+
     // The repair.
     QList<FilePath> filesToRepair() const;
     bool removeLuaFiles(); // false only when it showed its failure
@@ -137,6 +142,7 @@ private:
     std::unique_ptr<SplashScreen> m_splashWindow;
     std::unique_ptr<MainWindow> m_window;
     QPointer<SettingsWindow> m_settingsWindow; // the main window's child; it deletes itself when it closes
+    QPointer<AboutWindow> m_aboutWindow; // likewise
     QJsonObject m_settingsOldValue;
     bool m_opensLauncher = false;
     std::unique_ptr<ChangeLog> m_log;

@@ -5,6 +5,7 @@
 #include <libxml/parser.h>
 
 #include <QSet>
+#include <QVersionNumber>
 
 #include <memory>
 
@@ -102,4 +103,11 @@ void FeedParser::parse(const QByteArray &document, RSSFeed &feed)
     // reporting.
     if (xmlParseChunk(context.get(), document.constData(), static_cast<int>(document.size()), 0) == XML_ERR_OK)
         xmlParseChunk(context.get(), nullptr, 0, 1);
+}
+
+// It tells one number, two digits for each part, and sometimes a word behind it.
+QString FeedParser::libraryVersion()
+{
+    const int number = QByteArray(xmlParserVersion).left(5).toInt();
+    return QVersionNumber(number / 10000, number / 100 % 100, number % 100).toString();
 }

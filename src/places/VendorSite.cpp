@@ -60,6 +60,11 @@ QString VendorSite::packDownload() const
     return address(host, u"/api/dlGuide"_s);
 }
 
+QString VendorSite::homePage() const
+{
+    return address(wwwHost(), u"/"_s);
+}
+
 QString VendorSite::bannerTarget() const
 {
     return address(wwwHost(), u"/installer/redirect.php"_s);

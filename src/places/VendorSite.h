@@ -22,5 +22,7 @@ struct VendorSite {
     QString accountCheck() const;
     QString packDownload() const;
 
-    QString bannerTarget() const; // for the player's browser
+    // For the player's browser.
+    QString homePage() const;
+    QString bannerTarget() const;
 };

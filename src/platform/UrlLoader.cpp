@@ -18,6 +18,11 @@ CURL *newHandle()
 }
 } // namespace
 
+QString UrlLoader::libraryVersion()
+{
+    return QString::fromLatin1(curl_version_info(CURLVERSION_NOW)->version);
+}
+
 UrlLoader::UrlLoader(const UrlLoaderSettings &settings) : m_settings(settings), m_handle(newHandle(), curl_easy_cleanup)
 {
 }

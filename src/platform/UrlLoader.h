@@ -52,6 +52,8 @@ class UrlLoader : public QObject
 public:
     static constexpr qint64 MostInMemory = qint64(64) * 1024 * 1024; // a longer body is a transport error
 
+    static QString libraryVersion(); // libcurl's, as it runs
+
     explicit UrlLoader(const UrlLoaderSettings &settings = {});
     ~UrlLoader() override; // ends the transfers of its own thread; their delegates hear nothing
 

@@ -141,6 +141,8 @@ void MainWindow::connectControls()
     connect(m_ui->settingsAction, &QAction::triggered, this, &MainWindow::settingsWanted);
     connect(m_ui->changeLogButton, &QPushButton::clicked, this, &MainWindow::changeLogWanted);
     connect(m_ui->changeLogAction, &QAction::triggered, this, &MainWindow::changeLogWanted);
+    connect(m_ui->siteAction, &QAction::triggered, this, &MainWindow::siteWanted);
+    connect(m_ui->aboutAction, &QAction::triggered, this, &MainWindow::aboutWanted);
     connect(m_ui->quitAction, &QAction::triggered, this, &QWidget::close);
 }
 

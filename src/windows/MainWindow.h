@@ -35,6 +35,8 @@ Q_SIGNALS:
     void bannerPressed();
     void settingsWanted();
     void changeLogWanted();
+    void siteWanted();
+    void aboutWanted();
     void closing(); // once more when the program's end closes the window
 
 protected:

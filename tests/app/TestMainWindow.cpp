@@ -8,6 +8,7 @@
 #include "controls/Theme.h"
 #include "pack/WayfarUpdateInstaller.h"
 #include "places/Preferences.h"
+#include "windows/AboutWindow.h"
 
 #include <QAccessible>
 #include <QAction>
@@ -61,6 +62,8 @@ private Q_SLOTS:
     void addressesWithAHostOpenInTheBrowser_data();
     void addressesWithAHostOpenInTheBrowser();
     void theMenuHoldsWhatTheWindowsButtonsDo();
+    void theHelpMenuOpensTheVendorsSiteInTheBrowser();
+    void theHelpMenuTellsAboutTheProgramOnce();
     void everyControlHasAName();
     void aVisibleLabelIsTheName();
     void aToolHearsWhatIsShownAndWhatItIsAbout();
@@ -266,6 +269,28 @@ void TestMainWindow::theMenuHoldsWhatTheWindowsButtonsDo()
     for (const char *name : {"settingsButton", "changeLogButton"})
         QVERIFY2(entries.contains(m_program->control(name)->text()), name);
     QVERIFY(entries.contains(u"Quit"_s));
+}
+
+void TestMainWindow::theHelpMenuOpensTheVendorsSiteInTheBrowser()
+{
+    m_program->control<QAction>("siteAction")->trigger();
+    QCOMPARE(m_program->workspace.urls, QList<QUrl>{QUrl(m_world->site().homePage())});
+}
+
+void TestMainWindow::theHelpMenuTellsAboutTheProgramOnce()
+{
+    auto *const about = m_program->control<QAction>("aboutAction");
+    about->trigger();
+    about->trigger();
+    const auto windows = delegate().window()->findChildren<AboutWindow *>();
+    QCOMPARE(windows.size(), 1);
+    QVERIFY(windows.constFirst()->isVisible());
+    windows.constFirst()->close();
+    QTRY_VERIFY(delegate().window()->findChildren<AboutWindow *>().isEmpty());
+    QCOMPARE(m_program->terminations, 0);
+    about->trigger();
+    QCOMPARE(delegate().window()->findChildren<AboutWindow *>().size(), 1);
+    delete delegate().window()->findChild<AboutWindow *>();
 }
 
 void TestMainWindow::everyControlHasAName()

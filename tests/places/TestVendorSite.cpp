@@ -33,6 +33,7 @@ void TestVendorSite::everyAddressIsTheAgreedOne_data()
         u"https://files.example/WayfarRoutes_a b/ü.zip"_s);
     row("account check", site.accountCheck(), u"https://site.example/api/dlCheckUser"_s);
     row("pack", site.packDownload(), u"https://site.example/api/dlGuide"_s);
+    row("the web site", site.homePage(), u"https://www.site.example/"_s);
     row("behind a banner", site.bannerTarget(), u"https://www.site.example/installer/redirect.php"_s);
     row("the host that players know", site.wwwHost(), u"www.site.example"_s);
 }

@@ -31,7 +31,7 @@ QString AccountPages::welcome()
         "guide pack is downloaded, and your account shows here.</li>"
         "<li><b>The game folder</b><br>Where your game is installed: the folder that holds "
         "<code>_retail_</code>. The guide pack goes into it.</li>"
-        "<li><b>The launcher</b><br>What starts your game, be it a program, a script or a desktop entry. "
+        "<li><b>The launcher</b><br>What starts your game: its own launcher, or a program or script that does. "
         "<strong>Play</strong> opens it.</li></ol>"
         "<p>Then press <strong>OK</strong>, and <strong>Update</strong> to install the guide pack.</p>"_s);
 }

@@ -1,5 +1,6 @@
 #include "platform/UrlExchange.h"
 
+#include <QCoreApplication>
 #include <QNetworkProxy>
 
 #include <utility>
@@ -19,6 +20,11 @@ int keepFromChildren(void *, curl_socket_t socket, curlsocktype)
 {
     ::fcntl(socket, F_SETFD, FD_CLOEXEC);
     return CURL_SOCKOPT_OK;
+}
+
+QByteArray userAgent()
+{
+    return "WayfarInstaller/" + QCoreApplication::applicationVersion().toUtf8();
 }
 
 long statusOf(CURL *handle)
@@ -105,6 +111,7 @@ void UrlExchange::setProxy()
 void UrlExchange::setRequest()
 {
     curl_easy_setopt(m_handle, CURLOPT_URL, m_request.url.toUtf8().constData());
+    curl_easy_setopt(m_handle, CURLOPT_USERAGENT, userAgent().constData());
     curl_slist_free_all(std::exchange(m_headers, nullptr));
     for (const auto &[name, value] : m_request.headers)
         m_headers = curl_slist_append(m_headers, (name + ": " + value).constData());

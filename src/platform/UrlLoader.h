@@ -13,7 +13,7 @@
 struct UrlRequest {
     QString url; // https. An address that libcurl refuses fails as a transport error
     QByteArray method = "GET";
-    QList<std::pair<QByteArray, QByteArray>> headers = {}; // sent exactly so
+    QList<std::pair<QByteArray, QByteArray>> headers = {}; // sent exactly so, after the loader's own
     QByteArray body = {}; // of a POST
 };
 
@@ -44,7 +44,8 @@ public:
 // Any completed exchange is an answer, whatever its status; a transport error is an error. No cookies, no cache, no
 // authentication, no content encodings; TLS is always verified. Redirects stay on https and number at most 16; a POST
 // goes on as a GET after 301, 302 and 303, and is posted again after others to the same host alone (RFC 9110, 15.4),
-// since it carries a password. No request is sent twice.
+// since it carries a password. No request is sent twice. Each names the program and the application's version as its
+// user agent, and otherwise carries what it was given and what HTTP wants (Host, Accept) alone.
 class UrlLoader : public QObject
 {
     Q_OBJECT

@@ -3,6 +3,7 @@
 #include <QCoreApplication>
 #include <QNetworkProxy>
 
+#include <csignal>
 #include <utility>
 
 #include <fcntl.h>
@@ -34,6 +35,14 @@ long statusOf(CURL *handle)
     return status;
 }
 } // namespace
+
+CURL *UrlExchange::newHandle()
+{
+    ::signal(SIGPIPE, SIG_IGN); // a peer that goes away is an error to report, not the program's end
+    static const CURLcode ready = curl_global_init(CURL_GLOBAL_DEFAULT);
+    Q_UNUSED(ready)
+    return curl_easy_init();
+}
 
 UrlExchange::UrlExchange(CURL *handle, const UrlLoaderSettings &settings, const UrlRequest &request, Drive drive,
                          Receiver receiver)

@@ -28,6 +28,8 @@ public:
         EventLoop // whoever drives it watches patienceLeft
     };
 
+    static CURL *newHandle();
+
     UrlExchange(CURL *handle, const UrlLoaderSettings &settings, const UrlRequest &request, Drive drive,
                 Receiver receiver);
     ~UrlExchange();

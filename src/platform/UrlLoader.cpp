@@ -5,25 +5,13 @@
 
 #include <QThread>
 
-#include <csignal>
-
-namespace
-{
-CURL *newHandle()
-{
-    ::signal(SIGPIPE, SIG_IGN); // a peer that goes away is an error to report, not the program's end
-    static const CURLcode ready = curl_global_init(CURL_GLOBAL_DEFAULT);
-    Q_UNUSED(ready)
-    return curl_easy_init();
-}
-} // namespace
-
 QString UrlLoader::libraryVersion()
 {
     return QString::fromLatin1(curl_version_info(CURLVERSION_NOW)->version);
 }
 
-UrlLoader::UrlLoader(const UrlLoaderSettings &settings) : m_settings(settings), m_handle(newHandle(), curl_easy_cleanup)
+UrlLoader::UrlLoader(const UrlLoaderSettings &settings)
+    : m_settings(settings), m_handle(UrlExchange::newHandle(), curl_easy_cleanup)
 {
 }
 

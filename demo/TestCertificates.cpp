@@ -50,15 +50,15 @@ TestCertificates::TestCertificates(const Wishes &wishes)
     }
     writeSettings(wishes.names);
     const QString authority = makeAuthority(u"authority"_s);
-    makeServerCertificate(authority, wishes.expired);
+    makeServerCertificate(authority, wishes.expired ? -1 : wishes.days);
     m_caFile = path((wishes.trusted ? authority : makeAuthority(u"stranger"_s)) + u".pem"_s);
 }
 
 QSslConfiguration TestCertificates::serverConfiguration() const
 {
     QSslConfiguration configuration = QSslConfiguration::defaultConfiguration();
-    configuration.setLocalCertificate(QSslCertificate(contents(path(u"server.pem"_s))));
-    configuration.setPrivateKey(QSslKey(contents(path(u"server.key"_s)), QSsl::Ec));
+    configuration.setLocalCertificate(QSslCertificate(contents(serverFile())));
+    configuration.setPrivateKey(QSslKey(contents(serverKeyFile()), QSsl::Ec));
     configuration.setProtocol(QSsl::TlsV1_2OrLater);
     configuration.setPeerVerifyMode(QSslSocket::VerifyNone);
     return configuration;
@@ -83,14 +83,14 @@ QString TestCertificates::makeAuthority(const QString &name) const
     return name;
 }
 
-void TestCertificates::makeServerCertificate(const QString &authority, bool expired) const
+void TestCertificates::makeServerCertificate(const QString &authority, int days) const
 {
     openssl({u"req"_s, u"-new"_s, u"-config"_s, path(u"settings"_s), u"-newkey"_s, u"ec"_s, u"-pkeyopt"_s,
-             u"ec_paramgen_curve:prime256v1"_s, u"-noenc"_s, u"-keyout"_s, path(u"server.key"_s), u"-out"_s,
+             u"ec_paramgen_curve:prime256v1"_s, u"-noenc"_s, u"-keyout"_s, serverKeyFile(), u"-out"_s,
              path(u"server.csr"_s), u"-subj"_s, u"/CN=Loopback server"_s});
     openssl({u"x509"_s, u"-req"_s, u"-in"_s, path(u"server.csr"_s), u"-CA"_s, path(authority + u".pem"_s), u"-CAkey"_s,
              path(authority + u".key"_s), u"-set_serial"_s, u"2"_s, u"-extfile"_s, path(u"settings"_s),
-             u"-extensions"_s, u"server"_s, u"-days"_s, expired ? u"-1"_s : u"30"_s, u"-out"_s, path(u"server.pem"_s)});
+             u"-extensions"_s, u"server"_s, u"-days"_s, QString::number(days), u"-out"_s, serverFile()});
 }
 
 void TestCertificates::openssl(const QStringList &arguments) const

@@ -13,19 +13,22 @@ public:
     struct Wishes {
         QStringList names; // 127.0.0.1 is always added
         bool expired = false;
+        int days = 30; // that it is still good for
         bool trusted = true;
     };
 
     explicit TestCertificates(const Wishes &wishes);
 
     QString caFile() const { return m_caFile; }
+    QString serverFile() const { return path(QStringLiteral("server.pem")); }
+    QString serverKeyFile() const { return path(QStringLiteral("server.key")); }
     QSslConfiguration serverConfiguration() const;
 
 private:
     QString path(const QString &name) const { return m_folder.filePath(name); }
     void writeSettings(const QStringList &names) const;
     QString makeAuthority(const QString &name) const;
-    void makeServerCertificate(const QString &authority, bool expired) const;
+    void makeServerCertificate(const QString &authority, int days) const;
     void openssl(const QStringList &arguments) const;
 
     QTemporaryDir m_folder;

@@ -66,7 +66,8 @@ void Listener::incomingConnection(qintptr descriptor)
 
 struct VendorServer::State {
     explicit State(const Options &options)
-        : names(options.names), certificates({options.names, options.expired, options.trusted})
+        : names(options.names),
+          certificates({.names = options.names, .expired = options.expired, .trusted = options.trusted})
     {
     }
 

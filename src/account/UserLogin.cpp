@@ -26,6 +26,12 @@ UserLogin &UserLogin::loginUser()
     return shared;
 }
 
+bool UserLogin::isRefusal(const QByteArray &answer)
+{
+    const auto text = Text::fromUtf8(answer);
+    return text && text->startsWith(u"Error|"_s);
+}
+
 void UserLogin::use(UserDefaults &defaults, UrlLoader &loader, const VendorSite &site)
 {
     m_defaults = &defaults;
@@ -47,11 +53,10 @@ std::optional<QString> UserLogin::performLoginOnWeb()
     SystemLog::write(u"Login started"_s);
     const UrlAnswer answer = m_loader->sendSynchronousRequest(
         FormEncoding::formRequest(m_site.accountCheck(), FormEncoding::accountPairs(*m_defaults)));
-    const auto text = answer.body ? Text::fromUtf8(*answer.body) : std::nullopt;
     const OptionalPath page = SupportFolder::accountPage();
 
-    // A body that is not UTF-8 has no text that could begin with "Error|", so the login counts as a success.
-    if (!answer.body || (text && text->startsWith(u"Error|"_s))) {
+    if (!answer.body || isRefusal(*answer.body)) {
+        const auto text = answer.body ? Text::fromUtf8(*answer.body) : std::nullopt;
         SystemLog::write(Text::filled(u"Login Error: %@", {Text::orNull(text)}));
         m_defaults->setObject(Preferences::loginFailed.key, true);
         replacePage(page, AccountPages::loginFailed());

@@ -21,6 +21,9 @@ public:
     // What it works with, borrowed; before the first login.
     void use(UserDefaults &defaults, UrlLoader &loader, const VendorSite &site);
 
+    // Whether the service's answer refuses the account. One that is no UTF-8 has no text, and so refuses nothing.
+    static bool isRefusal(const QByteArray &answer);
+
     void logOut() { } // a login leaves nothing to end
     QByteArray encodeDictionary(const FormPairs &pairs) const { return FormEncoding::encodeDictionary(pairs); }
 

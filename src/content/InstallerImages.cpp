@@ -12,8 +12,20 @@ namespace
 {
 constexpr qint64 mostPixels = qint64(16) * 1024 * 1024; // far above any banner; a few bytes can claim any number
 
+QImage banner(UrlLoader &loader, const QString &url, const QString &builtIn)
+{
+    const auto bytes = InstallerImages::downloadImage(loader, url);
+    return bytes ? InstallerImages::decoded(*bytes) : Pictures::imageNamed(builtIn);
+}
+} // namespace
+
+std::optional<QByteArray> InstallerImages::downloadImage(UrlLoader &loader, const QString &url)
+{
+    return loader.sendSynchronousRequest({.url = url}).body;
+}
+
 // Pictures made of pixels alone: an SVG or a PDF could name files of this machine.
-QImage decoded(const QByteArray &bytes)
+QImage InstallerImages::decoded(const QByteArray &bytes)
 {
     static const QList<QByteArray> formats = {"png", "jpeg", "gif", "webp", "bmp"};
     QBuffer buffer;
@@ -26,18 +38,6 @@ QImage decoded(const QByteArray &bytes)
     if (qint64(size.width()) * size.height() > mostPixels)
         return {};
     return reader.read();
-}
-
-QImage banner(UrlLoader &loader, const QString &url, const QString &builtIn)
-{
-    const auto bytes = InstallerImages::downloadImage(loader, url);
-    return bytes ? decoded(*bytes) : Pictures::imageNamed(builtIn);
-}
-} // namespace
-
-std::optional<QByteArray> InstallerImages::downloadImage(UrlLoader &loader, const QString &url)
-{
-    return loader.sendSynchronousRequest({.url = url}).body;
 }
 
 QImage InstallerImages::downloadSmallImage(UrlLoader &loader, const VendorSite &site)

@@ -18,6 +18,14 @@ std::optional<QString> versionInToc(QStringView toc)
     return std::nullopt;
 }
 
+std::optional<QString> versionInAnswer(QByteArrayView body)
+{
+    auto version = Text::fromAscii(body);
+    if (version)
+        version->remove(u"\r\n"_s); // a lone line feed stays: the vendor is to answer with the bare version
+    return version;
+}
+
 WayfarVersion::WayfarVersion(UserDefaults &defaults, UrlLoader &loader, const VendorSite &site)
     : m_defaults(defaults), m_loader(loader), m_site(site)
 {
@@ -34,8 +42,5 @@ QString WayfarVersion::localVersion() const
 std::optional<QString> WayfarVersion::updateVersion() const
 {
     const UrlAnswer answer = m_loader.sendSynchronousRequest({.url = m_site.packVersion()});
-    auto version = answer.body ? Text::fromAscii(*answer.body) : std::nullopt;
-    if (version)
-        version->remove(u"\r\n"_s); // a lone line feed stays: the vendor is to answer with the bare version
-    return version;
+    return answer.body ? versionInAnswer(*answer.body) : std::nullopt;
 }

@@ -13,6 +13,10 @@ class UserDefaults;
 // without blanks and carriage returns. Nothing without such a line.
 std::optional<QString> versionInToc(QStringView toc);
 
+// The published version: the vendor's whole answer without pairs of carriage return and line feed. Nothing where it is
+// no ASCII text.
+std::optional<QString> versionInAnswer(QByteArrayView body);
+
 // The guide pack's two versions, opaque texts. A new object for every refresh.
 class WayfarVersion
 {
@@ -21,7 +25,7 @@ public:
 
     // The installed one; "none" without a readable table of contents or a version line in it.
     QString localVersion() const;
-    // The published one, the vendor's whole answer; nothing when it could not be had. Blocks.
+    // The published one; nothing when it could not be had. Blocks.
     std::optional<QString> updateVersion() const;
 
 private:

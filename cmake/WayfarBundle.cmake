@@ -22,7 +22,7 @@ endfunction()
 
 # wayfar_install_bundle(FOLDER component...)
 function(wayfar_install_bundle folder)
-    install(TARGETS wayfar-installer wayfar-starter RUNTIME DESTINATION ${folder}/usr/bin ${ARGN})
+    install(TARGETS wayfar-installer wayfar-starter wayfar-check-vendor RUNTIME DESTINATION ${folder}/usr/bin ${ARGN})
     install(PROGRAMS ${packaging}/bundle/wayfar-menu-entry DESTINATION ${folder}/usr/bin ${ARGN})
     install(PROGRAMS ${packaging}/bundle/AppRun DESTINATION ${folder} ${ARGN})
     install(FILES ${entry} ${packaging}/bundle/README DESTINATION ${folder} ${ARGN})

@@ -51,7 +51,7 @@ void readHead(CURL *handle, UrlInspection &inspection)
     const char *target = nullptr;
     curl_easy_getinfo(handle, CURLINFO_REDIRECT_URL, &target);
     if (target)
-        inspection.redirects.append(QString::fromUtf8(target));
+        inspection.redirects.append({inspection.status, QString::fromUtf8(target)});
 }
 
 CURLcode perform(CURL *handle, Words &words, UrlInspection &inspection)

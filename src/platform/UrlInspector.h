@@ -6,6 +6,11 @@
 
 #include <functional>
 
+struct UrlRedirect {
+    int status;
+    QString target;
+};
+
 // An exchange as UrlLoader makes it, with all that the program does not look at.
 struct UrlInspection {
     QString error; // why there is no whole answer; empty where there is one
@@ -13,7 +18,7 @@ struct UrlInspection {
     QList<std::pair<QByteArray, QByteArray>> headers = {};
     qint64 announcedLength = -1; // none
     qint64 size = 0; // of the body, in bytes
-    QStringList redirects = {}; // where the answers led, in order
+    QList<UrlRedirect> redirects = {}; // in order
     int newConnections = 0;
     QDateTime certificateEnd = {}; // of the server; not valid where a kept connection was used
 

@@ -25,8 +25,8 @@ void TestBundleFolder::aBundleIsAFolderInTheAppDirForm()
 {
     const QDir bundle(QStringLiteral(BUNDLE));
     const QString id = QStringLiteral(WAYFAR_APPLICATION_ID);
-    for (const QString &program :
-         {u"AppRun"_s, u"usr/bin/wayfar-installer"_s, u"usr/bin/wayfar-starter"_s, u"usr/bin/wayfar-menu-entry"_s})
+    for (const QString &program : {u"AppRun"_s, u"usr/bin/wayfar-installer"_s, u"usr/bin/wayfar-starter"_s,
+                                   u"usr/bin/wayfar-menu-entry"_s, u"usr/bin/wayfar-check-vendor"_s})
         QVERIFY2(QFileInfo(bundle.filePath(program)).isExecutable(), qPrintable(program));
     for (const QString &file :
          {id + u".desktop"_s, id + u".png"_s, u"README"_s, u"usr/share/applications/"_s + id + u".desktop"_s,

@@ -101,6 +101,12 @@ void NginxSite::change(const QByteArray &before, const QByteArray &after)
     QVERIFY2(isThere, before.constData());
 }
 
+void NginxSite::changeAndRestart(const QByteArray &before, const QByteArray &after)
+{
+    change(before, after);
+    start();
+}
+
 void NginxSite::passFormsTo(const QByteArray &address)
 {
     change("http://127.0.0.1:8080", address);

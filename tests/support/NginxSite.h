@@ -24,6 +24,7 @@ public:
     void publishEvening() const;
     // In the vendor's three files; what stands there must be there. It counts from the next start on.
     void change(const QByteArray &before, const QByteArray &after);
+    void changeAndRestart(const QByteArray &before, const QByteArray &after);
     void passFormsTo(const QByteArray &address); // "http://127.0.0.1:8080" in the kit
     void answerFormsFromFiles();
 

@@ -9,7 +9,7 @@ using namespace Qt::StringLiterals;
 
 namespace
 {
-constexpr qsizetype heavy = 1024 * 1024;
+constexpr qsizetype heavy = qsizetype(1024) * 1024;
 
 QString named(QSize size)
 {

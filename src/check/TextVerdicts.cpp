@@ -10,9 +10,11 @@ using namespace Qt::StringLiterals;
 
 namespace
 {
+// In HTML, or in JSON.
 bool isPage(const QByteArray &body)
 {
-    return body.trimmed().startsWith('<');
+    const QByteArray text = body.trimmed();
+    return text.startsWith('<') || text.startsWith('{');
 }
 
 bool hasWhiteSpace(const QString &text)

@@ -95,12 +95,13 @@ void VendorCheck::askForPack()
 
 void VendorCheck::askForInstaller()
 {
-    const Route route = {{.url = m_site.installerArchive(m_installerVersion)},
+    const bool isKnown = TextVerdicts::installerVersion(m_installerVersion.toUtf8()).isRight();
+    const Route route = {{.url = m_site.installerArchive(isKnown ? m_installerVersion : u"VERSION"_s)},
                          u"the upgrade ends with an alert, and the program with it"_s,
                          u"the new installer"_s};
     const FilePath archive = toPath(m_folder.filePath(u"installer.zip"_s));
     Verdict verdict;
-    if (!TextVerdicts::installerVersion(m_installerVersion.toUtf8()).isRight())
+    if (!isKnown)
         verdict.notes += u"Not asked for: there is no right version."_s;
     else if (download(route, archive, verdict))
         verdict.add(ArchiveVerdicts::installer(archive, m_installerVersion));

@@ -47,15 +47,25 @@ FormPairs readAccount()
     return {{u"user"_s, user}, {u"pass"_s, Terminal::ask(u"Password: "_s, Terminal::Echo::Hidden)}};
 }
 
+// What a host answers must not work the terminal.
+QByteArray printable(QString text)
+{
+    for (QChar &character : text) {
+        if (character.category() == QChar::Other_Control)
+            character = u'?';
+    }
+    return text.toLocal8Bit();
+}
+
 void print(const char *mark, const QStringList &lines)
 {
     for (const QString &line : lines)
-        std::printf("  %-6s %s\n", mark, line.toLocal8Bit().constData());
+        std::printf("  %-6s %s\n", mark, printable(line).constData());
 }
 
 void report(const QString &asked, const Verdict &verdict)
 {
-    std::printf("%s\n", asked.toLocal8Bit().constData());
+    std::printf("%s\n", printable(asked).constData());
     print("ok", verdict.right);
     print("note", verdict.notes);
     print("WRONG", verdict.wrong);

@@ -168,6 +168,8 @@ void TestCheckVendor::everyMistakeIsFoundAndTold_data()
     file("pack version other than the pack's", packVersion, "1.2.7",
          "says version \"1.2.6\", but \"1.2.7\" is published");
 
+    file("pack version in JSON", packVersion, R"({"version":"1.2.6"})", "is a page and no version");
+
     const QString feed = u"site/feed"_s;
     file("links after their titles", feed,
          feedOf("<item><title>One</title><link>https://a.example</link><pubDate>Fri, 20 Nov</pubDate></item>"),
@@ -191,7 +193,7 @@ void TestCheckVendor::everyMistakeIsFoundAndTold_data()
 
     file("a change log beyond ASCII", u"site/api/changelog"_s, "Caf\xc3\xa9", "its window stays empty");
     file("an account page beyond ASCII", page, "Caf\xc3\xa9", "the account pane stays empty");
-    file("an account refused", page, "Error|expired", "The log gets: Error|expired");
+    file("an account refused, in words that clear a terminal", page, "Error|expired\x1b[2J", "Error|expired?[2J");
 
     file("an error page for the pack", pack, "<h1>Not Found</h1>", "begins: <h1>Not Found</h1>");
     file("a pack without Trailbook at its top", pack,

@@ -1,9 +1,7 @@
 #include "check/BannerVerdict.h"
 
 #include "check/TextVerdicts.h"
-#include "content/InstallerImages.h"
-
-#include <QImage>
+#include "content/ImageDecoding.h"
 
 using namespace Qt::StringLiterals;
 
@@ -19,7 +17,7 @@ QString named(QSize size)
 
 Verdict BannerVerdict::of(const QByteArray &bytes, QSize banner)
 {
-    const QSize size = InstallerImages::decoded(bytes).size();
+    const QSize size = ImageDecoding::decoded(bytes).size();
     if (size.isEmpty())
         return {
             .wrong = {u"This is no picture (PNG, JPEG, GIF, WebP or BMP): the banner stays empty. It begins: %1"_s.arg(

@@ -16,9 +16,6 @@ public:
     // The vendor's whole answer; nothing after a transport error.
     static std::optional<QByteArray> downloadImage(UrlLoader &loader, const QString &url);
 
-    // Null for what is no picture.
-    static QImage decoded(const QByteArray &bytes);
-
     // The built-in picture after a transport error; null when what came is no picture.
     static QImage downloadSmallImage(UrlLoader &loader, const VendorSite &site);
     static QImage downloadLargeImage(UrlLoader &loader, const VendorSite &site);

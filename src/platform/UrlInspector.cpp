@@ -3,6 +3,7 @@
 #include "platform/UrlExchange.h"
 
 #include <QLocale>
+#include <QTimeZone>
 
 #include <array>
 
@@ -16,7 +17,7 @@ using Words = std::array<char, CURL_ERROR_SIZE>; // libcurl's own, of the last f
 QDateTime dateOf(const QString &text)
 {
     QDateTime date = QLocale::c().toDateTime(text.simplified(), u"MMM d hh:mm:ss yyyy 'GMT'"_s);
-    date.setTimeSpec(Qt::UTC);
+    date.setTimeZone(QTimeZone::utc());
     return date;
 }
 

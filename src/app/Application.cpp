@@ -2,6 +2,7 @@
 
 #include "controls/Theme.h"
 #include "platform/Bundle.h"
+#include "platform/FileManager.h"
 #include "resources/Pictures.h"
 
 #include <QApplication>
@@ -27,7 +28,7 @@ Application::Application(const QString &version, const VendorSite &site, const U
                           QCoreApplication::quit();
                       },
                   .exit = [this](int status) { exitAtOnce(status); },
-                  .bundlePath = Bundle::running()})
+                  .bundlePath = toText(Bundle::running())})
 {
     QCoreApplication::setApplicationName(u"wayfar-installer"_s);
     QCoreApplication::setApplicationVersion(version);

@@ -65,7 +65,7 @@ QString faultOfStart(const FilePath &bundle)
 {
     const QString nothingStarts = u" the old installer ends after the upgrade, and nothing starts."_s;
     const FilePath program = bundle / "usr/bin/wayfar-installer";
-    if (Bundle::programOf(toText(bundle)).isEmpty())
+    if (Bundle::programOf(bundle).empty())
         return u"The bundle's AppRun is missing or has no execute bit:"_s + nothingStarts;
     if (FileManager::fileExists(program) && !isProgram(program))
         return u"The bundle's usr/bin/wayfar-installer has no execute bit:"_s + nothingStarts;
@@ -100,7 +100,7 @@ Verdict ArchiveVerdicts::pack(const FilePath &archive, const QString &publishedV
 
 Verdict ArchiveVerdicts::installer(const FilePath &archive, const QString &publishedVersion)
 {
-    const OptionalPath name = BundleFolder::nameOf(publishedVersion);
+    const OptionalPath name = BundleFolder::nameOf(publishedVersion.toStdString());
     if (!name)
         return {.wrong = {u"The published version makes no folder's name, so nothing is replaced."_s}};
     const Unpacked unpacked(archive);

@@ -2,37 +2,60 @@
 
 #include "places/VersionNumbers.h"
 #include "platform/Bundle.h"
-#include "platform/Text.h"
 
-#include <QDir>
+#include <set>
+#include <string_view>
+#include <system_error>
 
-using namespace Qt::StringLiterals;
+using namespace std::string_view_literals;
 
 namespace
 {
-constexpr QStringView nameFormat = u"WayfarRoutes_%@.app";
+constexpr std::string_view prefix = "WayfarRoutes_";
+constexpr std::string_view suffix = ".app";
 
-QString versionOf(const QFileInfo &bundle)
+// Of a bundle's whole path.
+std::string_view versionOf(const FilePath &bundle)
 {
-    return VersionNumbers::shortened(bundle.completeBaseName().section(u'_', 1));
+    std::string_view name = bundle.native();
+    name.remove_prefix(name.rfind('/') + 1 + prefix.size());
+    name.remove_suffix(suffix.size());
+    return VersionNumbers::shortened(name);
+}
+
+bool isNewer(const FilePath &bundle, const FilePath &other)
+{
+    return VersionNumbers::compare(versionOf(bundle), versionOf(other)) > 0;
+}
+
+// In the order of their names, so that the answer is always the same where two versions are equal.
+std::set<FilePath> bundlesIn(const FilePath &folder)
+{
+    std::set<FilePath> bundles;
+    std::error_code failure;
+    std::filesystem::directory_iterator entry(folder, failure);
+    for (; !failure && entry != end(entry); entry.increment(failure)) {
+        const std::string name = entry->path().filename();
+        if (name.starts_with(prefix) && name.ends_with(suffix) && Bundle::isBundle(entry->path()))
+            bundles.insert(entry->path());
+    }
+    return bundles;
 }
 } // namespace
 
-OptionalPath BundleFolder::nameOf(const QString &version)
+OptionalPath BundleFolder::nameOf(const std::string &version)
 {
-    if (version.contains(u'/') || version.contains(QChar(0)))
+    if (version.find_first_of("/\0"sv) != std::string::npos)
         return std::nullopt;
-    return toPath(Text::filled(nameFormat, {version}));
+    return FilePath(prefix).concat(version).concat(suffix);
 }
 
-QString BundleFolder::newestIn(const QString &folder)
+FilePath BundleFolder::newestIn(const FilePath &folder)
 {
-    QFileInfo newest;
-    for (const QFileInfo &bundle : QDir(folder).entryInfoList({Text::filled(nameFormat, {u"*"_s})}, QDir::Dirs)) {
-        if (Bundle::programOf(bundle.filePath()).isEmpty())
-            continue;
-        if (newest.filePath().isEmpty() || VersionNumbers::compare(versionOf(bundle), versionOf(newest)) > 0)
+    FilePath newest;
+    for (const FilePath &bundle : bundlesIn(folder)) {
+        if (!Bundle::programOf(bundle).empty() && (newest.empty() || isNewer(bundle, newest)))
             newest = bundle;
     }
-    return newest.filePath();
+    return newest;
 }

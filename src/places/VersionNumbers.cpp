@@ -1,57 +1,56 @@
 #include "places/VersionNumbers.h"
 
+#include <algorithm>
+
 namespace
 {
-bool isDigit(QChar character)
+bool isDigit(char character)
 {
-    return character >= u'0' && character <= u'9';
+    return character >= '0' && character <= '9';
 }
 
 // Takes the digits at the text's beginning off it; leading zeros are no part of the value.
-QStringView takeDigits(QStringView &text)
+std::string_view takeDigits(std::string_view &text)
 {
-    qsizetype length = 0;
-    while (length < text.size() && isDigit(text[length]))
-        ++length;
-    QStringView digits = text.first(length);
-    text = text.sliced(length);
-    while (digits.startsWith(u'0'))
-        digits = digits.sliced(1);
+    const auto length = std::min(text.find_first_not_of("0123456789"), text.size());
+    std::string_view digits = text.substr(0, length);
+    text.remove_prefix(length);
+    digits.remove_prefix(std::min(digits.find_first_not_of('0'), digits.size()));
     return digits;
 }
 
-int sign(qsizetype difference)
+template<typename Value> int order(const Value &left, const Value &right)
 {
-    return (difference > 0) - (difference < 0);
+    return (left > right) - (left < right);
 }
 
-int compareDigits(QStringView left, QStringView right)
+int compareDigits(std::string_view left, std::string_view right)
 {
-    return left.size() == right.size() ? left.compare(right) : sign(left.size() - right.size());
+    return left.size() == right.size() ? order(left, right) : order(left.size(), right.size());
 }
 } // namespace
 
-QString VersionNumbers::shortened(QStringView version)
+std::string_view VersionNumbers::shortened(std::string_view version)
 {
-    while (version.endsWith(u".0"))
-        version.chop(2);
-    return version.toString();
+    while (version.ends_with(".0"))
+        version.remove_suffix(2);
+    return version;
 }
 
-int VersionNumbers::compare(QStringView left, QStringView right)
+int VersionNumbers::compare(std::string_view left, std::string_view right)
 {
-    while (!left.isEmpty() && !right.isEmpty()) {
+    while (!left.empty() && !right.empty()) {
         int difference = 0;
         if (isDigit(left.front()) && isDigit(right.front())) {
-            const QStringView leftDigits = takeDigits(left);
+            const std::string_view leftDigits = takeDigits(left);
             difference = compareDigits(leftDigits, takeDigits(right));
         } else {
-            difference = sign(left.front().unicode() - right.front().unicode());
-            left = left.sliced(1);
-            right = right.sliced(1);
+            difference = order(left.front(), right.front());
+            left.remove_prefix(1);
+            right.remove_prefix(1);
         }
         if (difference != 0)
             return difference;
     }
-    return sign(left.size() - right.size());
+    return order(left.size(), right.size());
 }

@@ -1,45 +1,56 @@
 #include "platform/Bundle.h"
 
-#include <QCoreApplication>
-#include <QDir>
-#include <QFileInfo>
+#include <string_view>
+#include <system_error>
 
-using namespace Qt::StringLiterals;
+#include <unistd.h>
+
+using namespace std::string_view_literals;
 
 namespace
 {
-const QString suffix = u".app"_s;
-const QString starter = u"/AppRun"_s;
+constexpr std::string_view starter = "AppRun";
+
+bool hasBundleName(const FilePath &path)
+{
+    return path.native().ends_with(".app"sv);
+}
 } // namespace
 
-bool Bundle::isBundle(const QString &path)
+bool Bundle::isBundle(const FilePath &path)
 {
-    return QFileInfo(path).isDir() && (path.endsWith(suffix) || QFileInfo(path + starter).isFile());
+    std::error_code failure;
+    return std::filesystem::is_directory(path, failure)
+        && (hasBundleName(path) || std::filesystem::is_regular_file(path / starter, failure));
 }
 
-QString Bundle::programOf(const QString &bundle)
+FilePath Bundle::programOf(const FilePath &bundle)
 {
-    const QString ownName = u'/' + QFileInfo(bundle).completeBaseName();
-    for (const QString &name : {starter, ownName}) {
-        const QFileInfo program(bundle + name);
-        if (program.isFile() && program.isExecutable())
-            return program.filePath();
+    std::error_code failure;
+    for (const FilePath &program : {bundle / starter, bundle / bundle.stem()}) {
+        if (std::filesystem::is_regular_file(program, failure) && ::access(program.c_str(), X_OK) == 0)
+            return program;
     }
     return {};
 }
 
-QString Bundle::enclosing(const QString &folder)
+FilePath Bundle::enclosing(const FilePath &folder)
 {
-    for (QDir bundle(folder); !bundle.isRoot(); bundle.setPath(QFileInfo(bundle.path()).path())) {
-        if (bundle.dirName().endsWith(suffix))
-            return bundle.path();
+    for (FilePath bundle = folder; bundle.has_relative_path(); bundle = bundle.parent_path()) {
+        if (hasBundleName(bundle))
+            return bundle;
     }
     return {};
 }
 
-QString Bundle::running()
+FilePath Bundle::executableFolder()
 {
-    const QString executableFolder = QCoreApplication::applicationDirPath();
-    const QString bundle = enclosing(executableFolder);
-    return bundle.isEmpty() ? executableFolder : bundle;
+    std::error_code failure;
+    return std::filesystem::read_symlink("/proc/self/exe", failure).parent_path();
+}
+
+FilePath Bundle::running()
+{
+    const FilePath bundle = enclosing(executableFolder());
+    return bundle.empty() ? executableFolder() : bundle;
 }

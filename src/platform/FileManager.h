@@ -1,15 +1,13 @@
 #pragma once
 
+#include "platform/FilePath.h"
+
 #include <QByteArray>
 #include <QList>
 #include <QString>
 
-#include <filesystem>
 #include <functional>
 #include <optional>
-
-using FilePath = std::filesystem::path; // bytes, as the file system keeps them: a name need not be UTF-8
-using OptionalPath = std::optional<FilePath>; // nothing where the folder it begins with is missing
 
 FilePath toPath(const QString &text);
 QString toText(const FilePath &path);

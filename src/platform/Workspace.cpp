@@ -1,6 +1,7 @@
 #include "platform/Workspace.h"
 
 #include "platform/Bundle.h"
+#include "platform/FileManager.h"
 #include "platform/ShellCommand.h"
 
 #include <QDir>
@@ -58,7 +59,7 @@ Opener openerOf(const QFileInfo &file)
 {
     if (!file.exists())
         return Opener::Nothing;
-    if (Bundle::isBundle(file.filePath()))
+    if (Bundle::isBundle(toPath(file.filePath())))
         return Opener::Bundle;
     if (file.suffix() == u"desktop"_s)
         return Opener::DesktopEntry;
@@ -69,8 +70,8 @@ Opener openerOf(const QFileInfo &file)
 
 bool startBundle(const QFileInfo &bundle)
 {
-    const QString program = Bundle::programOf(bundle.filePath());
-    return !program.isEmpty() && start(program, {}, bundle.filePath());
+    const FilePath program = Bundle::programOf(toPath(bundle.filePath()));
+    return !program.empty() && start(toText(program), {}, bundle.filePath());
 }
 
 // Windows go on being painted meanwhile; input waits.
@@ -127,7 +128,7 @@ Workspace::Startable Workspace::startable(const QString &path)
     case Opener::Nothing:
         return Startable::Missing;
     case Opener::Bundle:
-        return Bundle::programOf(file.filePath()).isEmpty() ? Startable::EmptyBundle : Startable::Yes;
+        return Bundle::programOf(toPath(file.filePath())).empty() ? Startable::EmptyBundle : Startable::Yes;
     case Opener::DesktopEntry:
         return QStandardPaths::findExecutable(u"gio"_s).isEmpty() ? Startable::WithoutGio : Startable::Yes;
     case Opener::Wine:

@@ -1,10 +1,6 @@
 #include "places/BundleFolder.h"
 #include "platform/Bundle.h"
 
-#include <QCoreApplication>
-#include <QFile>
-#include <QFileInfo>
-
 #include <cstdio>
 
 #include <unistd.h>
@@ -12,25 +8,24 @@
 namespace
 {
 // Beside the bundle that this starter is in; beside the starter itself where it is in none.
-QString bundlesFolder()
+FilePath bundlesFolder()
 {
-    const QString own = QCoreApplication::applicationDirPath();
-    const QString bundle = Bundle::enclosing(own);
-    return bundle.isEmpty() ? own : QFileInfo(bundle).path();
+    const FilePath own = Bundle::executableFolder();
+    const FilePath bundle = Bundle::enclosing(own);
+    return bundle.empty() ? own : bundle.parent_path();
 }
 } // namespace
 
-// What a menu entry starts: always the newest installer, since an upgrade leaves the old one where it was.
-int main(int argc, char **argv)
+// What a menu entry starts: always the newest installer, since an upgrade leaves the old one where it was. It uses no
+// Qt: where that is missing, the newest installer's AppRun is what tells the player so.
+int main(int, char **argv)
 {
-    const QCoreApplication application(argc, argv);
-    const QString newest = BundleFolder::newestIn(bundlesFolder());
-    if (!newest.isEmpty()) {
-        QByteArray program = QFile::encodeName(Bundle::programOf(newest));
+    const FilePath newest = BundleFolder::newestIn(bundlesFolder());
+    if (!newest.empty()) {
+        std::string program = Bundle::programOf(newest);
         argv[0] = program.data();
-        ::execv(program.constData(), argv);
+        ::execv(program.c_str(), argv);
     }
-    std::fprintf(stderr, "No installer (WayfarRoutes_*.app) can be started in %s\n",
-                 bundlesFolder().toLocal8Bit().constData());
+    std::fprintf(stderr, "No installer (WayfarRoutes_*.app) can be started in %s\n", bundlesFolder().c_str());
     return 1;
 }

@@ -15,8 +15,7 @@ std::optional<PrivilegedOutcome> InstallerReplacement::move(const FilePath &sour
                                                             ScriptRunner &runner)
 {
     // Half a bundle, of a copy that was killed, would be taken for the one that is already there.
-    const QString place = toText(destination);
-    if (FileManager::itemExists(source) && Bundle::isBundle(place) && Bundle::programOf(place).isEmpty()) {
+    if (FileManager::itemExists(source) && Bundle::isBundle(destination) && Bundle::programOf(destination).empty()) {
         FileManager::makeTreeWritable(destination);
         (void)FileManager::removeItem(destination);
     }

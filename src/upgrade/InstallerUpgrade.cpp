@@ -19,8 +19,9 @@ bool InstallerUpgrade::updateAvailable(bool *error, std::optional<QString> *vers
         return false;
     }
     SystemLog::write(Text::filled(u"App Version Check --- Internal: %@ Web: %@", {m_installedVersion, *published}));
-    if (VersionNumbers::compare(VersionNumbers::shortened(*published), VersionNumbers::shortened(m_installedVersion))
-        <= 0)
+    const std::string web = published->toStdString();
+    const std::string own = m_installedVersion.toStdString();
+    if (VersionNumbers::compare(VersionNumbers::shortened(web), VersionNumbers::shortened(own)) <= 0)
         return false;
     *error = false;
     *version = published;

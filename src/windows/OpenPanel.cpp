@@ -2,6 +2,7 @@
 
 #include "places/GamePlaces.h"
 #include "platform/Bundle.h"
+#include "platform/FileManager.h"
 
 #include <QDateTime>
 #include <QDir>
@@ -134,7 +135,7 @@ QString OpenPanel::chosen() const
 void OpenPanel::accept()
 {
     const QString path = selectedFiles().value(0);
-    if (m_choice == Files && Bundle::isBundle(path))
+    if (m_choice == Files && Bundle::isBundle(toPath(path)))
         chooseBundle(path);
     else
         QFileDialog::accept();
@@ -144,7 +145,7 @@ void OpenPanel::accept()
 void OpenPanel::folderEntered(const QString &path)
 {
     const QString before = std::exchange(m_folder, path);
-    if (Bundle::isBundle(path) && !(before + u'/').startsWith(path + u'/'))
+    if (Bundle::isBundle(toPath(path)) && !(before + u'/').startsWith(path + u'/'))
         chooseBundle(path);
 }
 

@@ -1,4 +1,5 @@
 #include "places/BundleFolder.h"
+#include "platform/FileManager.h"
 
 #include <QDir>
 #include <QFile>
@@ -19,6 +20,12 @@ void putBundle(const QString &folder, const QString &version, bool startable = t
     QVERIFY(start.open(QIODevice::WriteOnly));
     start.write("#!/bin/sh\necho \"" + version.toUtf8() + " $*\"\nexit 7\n");
     start.setPermissions(QFile::ReadOwner | QFile::WriteOwner | (startable ? QFile::ExeOwner : QFile::Permissions()));
+}
+
+// The name of the folder's newest bundle.
+QString newestIn(const QTemporaryDir &folder)
+{
+    return toText(BundleFolder::newestIn(toPath(folder.path())).filename());
 }
 
 // What the starter, copied to the place and started by the name, writes and ends with.
@@ -55,6 +62,7 @@ private Q_SLOTS:
     void otherFoldersAreNoBundles();
     void theStarterBecomesTheNewestBundleWhereverItIsStarted();
     void withoutABundleTheStarterSaysSo();
+    void theStarterRunsWhereThereIsNoQt();
 };
 
 void TestStarter::theNewestIsFoundByItsNumbers_data()
@@ -76,7 +84,7 @@ void TestStarter::theNewestIsFoundByItsNumbers()
     const QTemporaryDir folder;
     for (const QString &version : versions)
         putBundle(folder.path(), version);
-    QCOMPARE(BundleFolder::newestIn(folder.path()).section(u'/', -1), newest);
+    QCOMPARE(newestIn(folder), newest);
 }
 
 void TestStarter::whatCannotBeStartedIsPassedOver()
@@ -85,7 +93,7 @@ void TestStarter::whatCannotBeStartedIsPassedOver()
     putBundle(folder.path(), u"1.2.6"_s);
     putBundle(folder.path(), u"1.3.0"_s, false);
     QDir(folder.path()).mkdir(u"WayfarRoutes_1.4.0.app"_s);
-    QCOMPARE(BundleFolder::newestIn(folder.path()).section(u'/', -1), u"WayfarRoutes_1.2.6.app"_s);
+    QCOMPARE(newestIn(folder), u"WayfarRoutes_1.2.6.app"_s);
 }
 
 void TestStarter::theExecutableOfItsOwnNameStartsABundleToo()
@@ -95,7 +103,7 @@ void TestStarter::theExecutableOfItsOwnNameStartsABundleToo()
     putBundle(folder.path(), u"1.3.0"_s);
     const QString bundle = folder.filePath(u"WayfarRoutes_1.3.0.app/"_s);
     QVERIFY(QFile::rename(bundle + u"AppRun"_s, bundle + u"WayfarRoutes_1.3.0"_s));
-    QCOMPARE(BundleFolder::newestIn(folder.path()).section(u'/', -1), u"WayfarRoutes_1.3.0.app"_s);
+    QCOMPARE(newestIn(folder), u"WayfarRoutes_1.3.0.app"_s);
 }
 
 void TestStarter::otherFoldersAreNoBundles()
@@ -103,7 +111,7 @@ void TestStarter::otherFoldersAreNoBundles()
     const QTemporaryDir folder;
     putBundle(folder.path() + u"/deeper"_s, u"2.0"_s);
     QDir(folder.path()).mkdir(u"SomethingElse_9.9.app"_s);
-    QCOMPARE(BundleFolder::newestIn(folder.path()), QString());
+    QCOMPARE(newestIn(folder), QString());
 }
 
 void TestStarter::theStarterBecomesTheNewestBundleWhereverItIsStarted()
@@ -127,6 +135,22 @@ void TestStarter::withoutABundleTheStarterSaysSo()
     const Started starter(folder.filePath(u"wayfar-installer"_s));
     QCOMPARE(starter.status, 1);
     QVERIFY(starter.errors.contains(folder.path().toUtf8()));
+}
+
+// It then starts the bundle whose AppRun tells the player what is missing.
+void TestStarter::theStarterRunsWhereThereIsNoQt()
+{
+    QProcess loader;
+    loader.setProcessEnvironment([] {
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(u"LD_TRACE_LOADED_OBJECTS"_s, u"1"_s);
+        return environment;
+    }());
+    loader.start(QStringLiteral(STARTER), QStringList());
+    QVERIFY(loader.waitForFinished());
+    const QByteArray libraries = loader.readAllStandardOutput();
+    QVERIFY(libraries.contains("libc.so"));
+    QVERIFY2(!libraries.contains("Qt"), libraries.constData());
 }
 
 QTEST_GUILESS_MAIN(TestStarter)

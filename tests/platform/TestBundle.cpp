@@ -1,4 +1,5 @@
 #include "platform/Bundle.h"
+#include "platform/FileManager.h"
 
 #include "support/Rerun.h"
 
@@ -33,7 +34,7 @@ void TestBundle::thePathIsTheEnclosingBundle_data()
 void TestBundle::thePathIsTheEnclosingBundle()
 {
     if (Rerun::isRerun()) {
-        QCOMPARE(Bundle::running(), qEnvironmentVariable("WAYFAR_TEST_BUNDLE"));
+        QCOMPARE(toText(Bundle::running()), qEnvironmentVariable("WAYFAR_TEST_BUNDLE"));
         return;
     }
     QFETCH(const QString, folder);

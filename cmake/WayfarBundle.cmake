@@ -25,6 +25,7 @@ function(wayfar_install_bundle folder)
     install(TARGETS wayfar-installer wayfar-starter wayfar-check-vendor RUNTIME DESTINATION ${folder}/usr/bin ${ARGN})
     install(PROGRAMS ${packaging}/bundle/wayfar-menu-entry DESTINATION ${folder}/usr/bin ${ARGN})
     install(PROGRAMS ${packaging}/bundle/AppRun DESTINATION ${folder} ${ARGN})
+    install(FILES ${packaging}/bundle/packages DESTINATION ${folder}/usr/share/wayfar-installer ${ARGN})
     install(FILES ${entry} ${packaging}/bundle/README DESTINATION ${folder} ${ARGN})
     install(FILES ${icons}/icons/wayfar-installer-256.png RENAME ${WAYFAR_APPLICATION_ID}.png
         DESTINATION ${folder} ${ARGN})

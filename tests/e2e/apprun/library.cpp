@@ -1,0 +1,4 @@
+int FUNCTION()
+{
+    return 7;
+}

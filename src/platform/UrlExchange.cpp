@@ -1,6 +1,9 @@
 #include "platform/UrlExchange.h"
 
+#include "platform/TrustStore.h"
+
 #include <QCoreApplication>
+#include <QFile>
 #include <QNetworkProxy>
 
 #include <csignal>
@@ -73,8 +76,10 @@ void UrlExchange::setPolicy()
     curl_easy_setopt(m_handle, CURLOPT_PROTOCOLS_STR, "https");
     curl_easy_setopt(m_handle, CURLOPT_SSL_VERIFYPEER, 1L);
     curl_easy_setopt(m_handle, CURLOPT_SSL_VERIFYHOST, 2L);
-    if (!m_settings.caFile.isEmpty())
-        curl_easy_setopt(m_handle, CURLOPT_CAINFO, m_settings.caFile.toLocal8Bit().constData());
+    const QByteArray authorities =
+        m_settings.caFile.isEmpty() ? TrustStore::file() : QFile::encodeName(m_settings.caFile);
+    if (!authorities.isEmpty()) // without any, libcurl refuses every server
+        curl_easy_setopt(m_handle, CURLOPT_CAINFO, authorities.constData());
     curl_easy_setopt(m_handle, CURLOPT_HTTPAUTH, CURLAUTH_NONE); // an address with a user name in it logs in nowhere
     curl_easy_setopt(m_handle, CURLOPT_NOSIGNAL, 1L);
     // libcurl's own limit on silence acts up to seven seconds late, and begins only after the connection.

@@ -3,6 +3,7 @@
 #include <memory>
 #include <vector>
 
+#include <linux/close_range.h>
 #include <unistd.h>
 
 namespace
@@ -36,6 +37,11 @@ QList<QByteArray> environmentOf(const QProcess &process)
 }
 } // namespace
 
+void ShellCommand::keepFilesFromPrograms()
+{
+    ::close_range(3, ~0U, CLOSE_RANGE_CLOEXEC); // an older kernel refuses: it stays as it was
+}
+
 void ShellCommand::prepare(QProcess &process, const QList<QByteArray> &arguments)
 {
     QStringList names;
@@ -49,6 +55,7 @@ void ShellCommand::prepare(QProcess &process, const QList<QByteArray> &arguments
     const auto environment = std::make_shared<const ExecList>(environmentOf(process));
     process.setChildProcessModifier([argv, environment] {
         ::setsid();
+        keepFilesFromPrograms();
         // Returns only when it failed: QProcess then tries itself, and reports the reason.
         ::execvpe(*argv->get(), argv->get(), environment->get());
     });

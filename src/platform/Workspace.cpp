@@ -20,6 +20,7 @@ namespace
 {
 bool start(const QString &program, const QStringList &arguments, const QString &folder)
 {
+    ShellCommand::keepFilesFromPrograms();
     return QProcess::startDetached(program, arguments, folder);
 }
 

@@ -64,6 +64,8 @@ private Q_SLOTS:
     void itIsKnownBeforeWhatWouldStart_data();
     void itIsKnownBeforeWhatWouldStart();
 
+    void whatWasStartedGetsNoneOfOurFiles_data();
+    void whatWasStartedGetsNoneOfOurFiles();
     void whatWasStartedOutlivesTheProgram_data();
     void whatWasStartedOutlivesTheProgram();
 
@@ -347,6 +349,26 @@ void TestWorkspace::itIsKnownBeforeWhatWouldStart()
         QVERIFY(QFile::remove(at(u"bin/"_s + missingTool)));
     QTEST(Workspace::startable(at(name.section(u'/', 0, 0))), "startable");
     QVERIFY(!isCalled());
+}
+
+void TestWorkspace::whatWasStartedGetsNoneOfOurFiles_data()
+{
+    QTest::addColumn<QString>("opened");
+    QTest::newRow("a game") << u"game"_s;
+    QTest::newRow("the desktop's tool") << u"game.html"_s;
+}
+
+// The web engine opens its own without a word about programs.
+void TestWorkspace::whatWasStartedGetsNoneOfOurFiles()
+{
+    QFETCH(const QString, opened);
+    const QByteArray looker = "#!/bin/sh\n[ ! -e /proc/$$/fd/100 ] && echo none >\"$WAYFAR_RECORDS/call\"\n";
+    makeTools(looker);
+    makeFile(toPath(at(opened)), looker, opened.contains(u'.') ? 0644 : 0755);
+    QCOMPARE(::dup2(STDERR_FILENO, 100), 100);
+    QVERIFY(Workspace().openFile(at(opened)));
+    QTRY_COMPARE(m_world->read(at(u"records/call"_s)), "none\n");
+    ::close(100);
 }
 
 void TestWorkspace::whatWasStartedOutlivesTheProgram_data()

@@ -1,5 +1,6 @@
 #include "platform/ShellCommand.h"
 
+#include <csignal>
 #include <memory>
 #include <vector>
 
@@ -56,6 +57,7 @@ void ShellCommand::prepare(QProcess &process, const QList<QByteArray> &arguments
     process.setChildProcessModifier([argv, environment] {
         ::setsid();
         keepFilesFromPrograms();
+        ::signal(SIGPIPE, SIG_DFL); // QProcess ignores it, and Qt 6.8 ends that only after this function
         // Returns only when it failed: QProcess then tries itself, and reports the reason.
         ::execvpe(*argv->get(), argv->get(), environment->get());
     });

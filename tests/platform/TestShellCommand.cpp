@@ -3,6 +3,8 @@
 #include "support/Files.h"
 #include "support/TestWorld.h"
 
+#include <csignal>
+
 using namespace Qt::StringLiterals;
 
 namespace
@@ -29,6 +31,7 @@ private Q_SLOTS:
     void theLineRunsToItsEndWhateverItIs();
     void theLineRunsWithoutAnInputToWaitFor();
     void theLineRunsInASessionWithoutATerminal();
+    void aToolThatNobodyReadsAnyMoreIsEnded();
 
     void argumentsAreHandedOverAsTheyStand();
     void theProgramIsFoundThroughThePath();
@@ -66,6 +69,13 @@ void TestShellCommand::theLineRunsInASessionWithoutATerminal()
     QCOMPARE(session, FileManager::contentsOfFile(at("shell"))->trimmed().toInt());
     QVERIFY(session != ::getsid(0));
     QVERIFY(!FileManager::fileExists(at("terminal")));
+}
+
+// As in any shell, and not told of a failed write instead, of which it would speak.
+void TestShellCommand::aToolThatNobodyReadsAnyMoreIsEnded()
+{
+    ShellCommand::run("{ yes; echo $? >'" + world() + "/status'; } 2>&1 | head -c 1 >/dev/null");
+    QCOMPARE(FileManager::contentsOfFile(at("status"))->trimmed().toInt(), 128 + SIGPIPE);
 }
 
 void TestShellCommand::argumentsAreHandedOverAsTheyStand()

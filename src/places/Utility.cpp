@@ -9,11 +9,20 @@ using namespace Qt::StringLiterals;
 
 namespace
 {
+// XDG forbids relative paths: they would lie wherever we were started. Qt 6.4 returns them, and Qt 6.8 puts the usual
+// folder in their place, so the variable is asked.
+bool isSetToRelative(QStandardPaths::StandardLocation directory)
+{
+    const bool isConfig = directory == QStandardPaths::GenericConfigLocation;
+    const QString path = qEnvironmentVariable(isConfig ? "XDG_CONFIG_HOME" : "XDG_DATA_HOME");
+    return !path.isEmpty() && QDir::isRelativePath(path);
+}
+
 QStringList searchPaths(QStandardPaths::StandardLocation directory, Utility::Domain domain)
 {
     const QString users = QStandardPaths::writableLocation(directory);
-    if (domain == Utility::UserDomain) // a relative one, which XDG forbids, would lie wherever we were started
-        return QDir::isAbsolutePath(users) ? QStringList(users) : QStringList();
+    if (domain == Utility::UserDomain)
+        return isSetToRelative(directory) ? QStringList() : QStringList(users);
     QStringList shared = QStandardPaths::standardLocations(directory);
     shared.removeAll(users);
     return shared;

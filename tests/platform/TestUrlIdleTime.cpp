@@ -43,8 +43,8 @@ void TestUrlIdleTime::onlyASilentVendorIsGivenUp()
     QVERIFY(mute.listen(QHostAddress::LocalHost));
 
     const UrlLoaderSettings network = networkOf(vendor, 1);
-    const UrlLoaderSettings toMute = {.connectTo = {"::127.0.0.1:" + QByteArray::number(mute.serverPort())},
-                                      .idleSeconds = 1};
+    UrlLoaderSettings toMute = network;
+    toMute.connectTo = {"::127.0.0.1:" + QByteArray::number(mute.serverPort())};
     struct Attempt {
         QString path;
         UrlLoaderSettings network;

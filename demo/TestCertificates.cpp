@@ -50,7 +50,7 @@ TestCertificates::TestCertificates(const Wishes &wishes)
     }
     writeSettings(wishes.names);
     const QString authority = makeAuthority(u"authority"_s);
-    makeServerCertificate(authority, wishes.expired ? -1 : wishes.days);
+    makeServerCertificate(authority, wishes.expired ? 0 : wishes.days);
     m_caFile = path((wishes.trusted ? authority : makeAuthority(u"stranger"_s)) + u".pem"_s);
 }
 

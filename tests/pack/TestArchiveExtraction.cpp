@@ -171,7 +171,11 @@ void TestArchiveExtraction::afreshNothingOfAnEarlierArchiveIsLeft()
 
 void TestArchiveExtraction::whatCannotBeReadIsGivenToItsOwner()
 {
-    extract(zipOf("mkdir closed; echo in >closed/file; chmod 0 closed/file; chmod 0111 closed"));
+    QByteArray archive = zipOf("mkdir closed; echo in >closed/file; chmod 0440 closed/file; chmod 0555 closed");
+    // No player's archiver could read what nobody may, so these modes, 0 and 0111, are put in afterwards.
+    archive.replace(QByteArray::fromHex("01002081"), QByteArray::fromHex("01000080"));
+    archive.replace(QByteArray::fromHex("11006d41"), QByteArray::fromHex("11004940"));
+    extract(archive);
     QCOMPARE(modeOf("out/closed"), 0511U);
     QCOMPARE(modeOf("out/closed/file"), 0400U);
 }

@@ -25,7 +25,7 @@ for entry in /*; do
 done
 mkdir -p "$root%1"; chmod 0777 "$root%1"
 here=$PWD; shift
-exec chroot "$root" sh -c 'cd "$0"; exec "$@"' "$here" "$@")")
+exec /usr/sbin/chroot "$root" sh -c 'cd "$0"; exec "$@"' "$here" "$@")")
                                .arg(GameFolder::usualRoot);
     const Rerun::Result result = Rerun::run(Rerun::withMounts(script, folder));
     QVERIFY2(result.status == 0, result.output.constData());

@@ -151,6 +151,7 @@ void TestInstallerReplacementRefused::aVersionThatWouldLeadAwayMovesNothing_data
 void TestInstallerReplacementRefused::aVersionThatWouldLeadAwayMovesNothing()
 {
     QFETCH(const QString, version);
+    openToAll(m_test->applicationFolder());
     // What the slashes would reach: the folders on the way, and what stands at its end.
     for (const QString &folder : {m_test->updateFolder(), m_test->applicationFolder()})
         runIn(folder, "mkdir -p WayfarRoutes_.. WayfarRoutes_1; : >readme");
@@ -158,6 +159,7 @@ void TestInstallerReplacementRefused::aVersionThatWouldLeadAwayMovesNothing()
     m_test->world.write(m_test->world.supportFolder() + u"/precious.app/file"_s, "precious");
     m_test->world.write(m_test->updateFolder() + u"/WayfarRoutes_1/3.app/file"_s, "precious");
     m_test->world.write(m_test->world.archive(), zipOf(": >readme"));
+    m_test->closeApplicationFolder();
     const QByteArrayList before = treeOf(m_test->world.path());
     QVERIFY(!m_test->installAsThePlayer(std::nullopt, version));
     openToAll(m_test->applicationFolder());

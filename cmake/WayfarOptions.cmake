@@ -30,7 +30,7 @@ endif()
 
 set(CMAKE_CXX_EXTENSIONS OFF)
 
-find_program(CCACHE ccache)
+find_program(CCACHE ccache NO_CACHE) # it may be removed later
 if(CCACHE)
     set(CMAKE_CXX_COMPILER_LAUNCHER ${CCACHE})
 endif()

@@ -58,7 +58,7 @@ QString hintAbout(Workspace::Startable launcher)
     case Workspace::Startable::WithoutWine:
         return u"To start a Windows program Wine is needed, and it is not installed."_s;
     case Workspace::Startable::NoProgram:
-        return u"This is no program, or its file may not be executed."_s;
+        return u"This is no program, or its file is not marked as executable."_s;
     }
     return {};
 }

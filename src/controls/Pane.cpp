@@ -4,9 +4,10 @@
 #include "controls/PageStyle.h"
 #include "controls/Theme.h"
 
+#include <QAccessible>
+#include <QApplication>
 #include <QFileInfo>
 #include <QFontInfo>
-#include <QGuiApplication>
 #include <QWebEngineDownloadRequest>
 #include <QWebEngineFullScreenRequest>
 #include <QWebEngineNewWindowRequest>
@@ -23,6 +24,21 @@ using namespace Qt::StringLiterals;
 
 namespace
 {
+// When the keyboard comes to a link, the engine tells tools of the link first and of the whole page last, so that the
+// link is not spoken. It is left for a moment and gets the keyboard back.
+const QString tellOfTheLink = uR"(
+(function () {
+    const link = document.activeElement;
+    const afterFrames = (count, act) => requestAnimationFrame(() => count > 1 ? afterFrames(count - 1, act) : act());
+    if (!link || link === document.body)
+        return;
+    afterFrames(2, () => {
+        link.blur();
+        afterFrames(2, () => link.focus({ preventScroll: true }));
+    });
+})();
+)"_s;
+
 void restrict(QWebEngineSettings &settings)
 {
     settings.setAttribute(QWebEngineSettings::LocalContentCanAccessFileUrls, false);
@@ -43,13 +59,27 @@ void dressText(QWebEngineSettings &settings, const QFont &font)
     settings.setFontSize(QWebEngineSettings::DefaultFontSize, qRound(QFontInfo(font).pixelSize() * 1.25));
 }
 
+// The engine hands its pages to assistive tools, whenever one runs, if this stands in the environment that it starts
+// in. What we start ourselves is not to inherit it.
+std::shared_ptr<QWebEngineProfile> profileOpenToTools()
+{
+    constexpr const char *openToTools = "QTWEBENGINE_ENABLE_LINUX_ACCESSIBILITY";
+    const bool isOurs = !qEnvironmentVariableIsSet(openToTools);
+    if (isOurs)
+        qputenv(openToTools, "1");
+    auto profile = std::make_shared<QWebEngineProfile>(); // without a name: off the record
+    if (isOurs)
+        qunsetenv(openToTools);
+    return profile;
+}
+
 std::shared_ptr<QWebEngineProfile> sharedProfile()
 {
     static std::weak_ptr<QWebEngineProfile> shared;
     auto profile = shared.lock();
     if (profile)
         return profile;
-    profile = std::make_shared<QWebEngineProfile>(); // without a name: off the record
+    profile = profileOpenToTools();
     restrict(*profile->settings());
     QObject::connect(profile.get(), &QWebEngineProfile::downloadRequested, profile.get(),
                      [](QWebEngineDownloadRequest *download) { download->cancel(); });
@@ -125,6 +155,15 @@ Pane::Pane(QWidget *parent)
     setPage(m_page);
     setContextMenuPolicy(Qt::NoContextMenu); // "Reload" and "View source" are a browser's
     Theme::follow(*this, [this](const QPalette &palette) { dress(palette); });
+    connect(this, &QWebEngineView::loadFinished, this, [this] {
+        const QString name = accessibleName(); // our own; a screen reader speaks a page's title when it comes to it
+        m_page->runJavaScript(u"document.title = document.title || '%1'"_s.arg(name),
+                              QWebEngineScript::ApplicationWorld);
+    });
+    connect(qApp, &QApplication::focusChanged, this, [this](const QWidget *, const QWidget *now) {
+        if (now && now == focusProxy() && QAccessible::isActive())
+            m_page->runJavaScript(tellOfTheLink, QWebEngineScript::ApplicationWorld);
+    });
 }
 
 Pane::~Pane()

@@ -6,6 +6,7 @@
 #include "controls/Theme.h"
 #include "resources/Pictures.h"
 #include "windows/ShownState.h"
+#include "windows/SpokenState.h"
 
 #include <QApplication>
 #include <QCloseEvent>
@@ -89,6 +90,12 @@ MainWindow::MainWindow(const ShownState &state) : m_state(state), m_ui(std::make
     new FocusRing(*m_ui->mainButton, Theme::buttonRadius);
     bind();
     connectControls();
+    new SpokenState(state,
+                    {.mainButton = m_ui->mainButton,
+                     .content = m_ui->centralWidget,
+                     .status = m_ui->statusLabel,
+                     .versionCaptions = {m_ui->currentVersionCaption, m_ui->updateVersionCaption}},
+                    this);
 }
 
 MainWindow::~MainWindow() = default;
@@ -109,9 +116,6 @@ void MainWindow::bind()
     follow(&ShownState::statusStrChanged, [this] {
         m_ui->statusLabel->setText(m_state.statusStr().value_or(QString()));
         m_ui->statusLabel->setFailure(m_state.isStatusFailure());
-        // A screen reader speaks a change of what has the keyboard: the button, or the content while it is disabled.
-        for (QWidget *focused : {static_cast<QWidget *>(m_ui->mainButton), m_ui->centralWidget})
-            focused->setAccessibleDescription(m_ui->statusLabel->accessibleName());
     });
     follow(&ShownState::updateProgressbarChanged,
            [this] { m_ui->progressIndicator->setPercentage(m_state.updateProgressbar()); });

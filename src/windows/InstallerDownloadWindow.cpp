@@ -32,6 +32,7 @@ InstallerDownloadWindow::~InstallerDownloadWindow() = default;
 void InstallerDownloadWindow::showText(const QString &text)
 {
     m_ui->downloadLabel->setText(text);
+    setAccessibleName(m_ui->downloadLabel->accessibleName()); // a screen reader speaks it when the window opens
 }
 
 void InstallerDownloadWindow::showProgress(double percentage)

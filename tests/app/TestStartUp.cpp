@@ -96,6 +96,7 @@ void TestStartUp::theSplashIsOnTheScreenBeforeTheWorkerStarts()
     QVERIFY(!workerStarted);
     QVERIFY(delegate().isStarting());
     const SplashScreen &splash = *delegate().splashWindow();
+    QCOMPARE(splash.accessibleName(), u"Wayfar Installer is starting"_s);
     QVERIFY(splash.isVisible());
     QVERIFY(splash.windowFlags().testFlag(Qt::FramelessWindowHint));
     QVERIFY(isCentred(splash));

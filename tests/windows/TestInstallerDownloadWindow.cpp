@@ -51,6 +51,7 @@ void TestInstallerDownloadWindow::theTextStandsAsItIs()
                                 u"Downloading version 1&2"_s, u"Downloading version 1.3.0\n"_s}) {
         window.showText(text);
         QCOMPARE(labelOf(window).text(), text);
+        QCOMPARE(window.accessibleName(), text.trimmed()); // spoken when it opens
     }
 }
 

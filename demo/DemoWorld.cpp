@@ -81,6 +81,18 @@ void DemoWorld::forgetLaunch() const
     QFile::remove(launchMark);
 }
 
+void DemoWorld::useLongTexts()
+{
+    const QString name = u"Bartholomew Featherstonehaugh of the Upper Ravenglass Valley"_s;
+    const QByteArray version = "2026.11.22-beta.3";
+    m_vendor.addAccount(name, u"long road"_s, content(u"account.html"_s));
+    m_vendor.setPackVersion(version);
+    UserDefaults defaults;
+    defaults.setObject(Preferences::userName.key, name);
+    defaults.setObject(Preferences::installPath.key, game + u"/somewhere else/in a folder of a long name"_s);
+    defaults.setObject(Preferences::launchPath.key, game + u"/a launcher that was there once.sh"_s);
+}
+
 QByteArray DemoWorld::installedToc() const
 {
     return contentsOf(addOn + u"/Trailbook.toc"_s);

@@ -1,13 +1,16 @@
 #include "demo/DemoWorld.h"
+#include "demo/Pictures.h"
 #include "demo/Tour.h"
 
 #include "app/Application.h"
 
 #include <QApplication>
+#include <QCommandLineParser>
 
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
+
+using namespace Qt::StringLiterals;
 
 namespace
 {
@@ -28,14 +31,40 @@ int runTour(DemoWorld &world)
     }
     return EXIT_SUCCESS;
 }
+
+int takePictures(DemoWorld &world, const Look &look)
+{
+    Pictures pictures(world, look);
+    Application application(QStringLiteral(DEMO_VERSION), world.site(), world.network());
+    pictures.take();
+    return application.exec();
+}
 } // namespace
 
 // The product with a vendor of its own. With --tour it plays by itself and ends with 1 at the first thing that is not
-// as it should be.
+// as it should be; with --pictures it shows every window and ends.
 int main(int argc, char **argv)
 {
-    const bool playsTour = argc > 1 && std::strcmp(argv[1], "--tour") == 0;
     QApplication qt(argc, argv);
+    QCommandLineParser options;
+    options.addOptions({{u"tour"_s, u"Play two evenings."_s},
+                        {u"pictures"_s, u"Take a picture of every window."_s, u"folder"_s},
+                        {u"dark"_s, u"In a dark desktop."_s},
+                        {u"long"_s, u"With the longest texts."_s},
+                        {u"points"_s, u"The system font's size."_s, u"number"_s, u"0"_s},
+                        {u"width"_s, u"The main window's."_s, u"pixels"_s, u"0"_s},
+                        {u"height"_s, u"The main window's."_s, u"pixels"_s, u"0"_s}});
+    options.process(qt);
     DemoWorld world;
-    return playsTour ? runTour(world) : run(world);
+    if (options.isSet(u"tour"_s))
+        return runTour(world);
+    if (!options.isSet(u"pictures"_s))
+        return run(world);
+    const QSize size(options.value(u"width"_s).toInt(), options.value(u"height"_s).toInt());
+    return takePictures(world,
+                        {.folder = options.value(u"pictures"_s),
+                         .dark = options.isSet(u"dark"_s),
+                         .longTexts = options.isSet(u"long"_s),
+                         .points = options.value(u"points"_s).toInt(),
+                         .size = size.isEmpty() ? QSize() : size});
 }

@@ -16,6 +16,8 @@
 #include <QPushButton>
 #include <QTimer>
 
+#include <algorithm>
+
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
@@ -162,24 +164,41 @@ void Pictures::dialog(const QString &layout, const QString &button, const QStrin
     m_guide.press(layout, button);
 }
 
+// In the order in which they lie: the first two are below all others, and a modal one is in front.
+QList<QWidget *> Pictures::windowsFromBelow() const
+{
+    const auto height = [](const QWidget *window) {
+        if (window == QApplication::activeModalWidget())
+            return 2;
+        return window->objectName() == mainLayout || window->objectName() == u"SplashScreen" ? 0 : 1;
+    };
+    QList<QWidget *> windows;
+    for (QWidget *window : QApplication::topLevelWidgets()) {
+        if (window->isVisible() && window->windowType() != Qt::ToolTip)
+            windows.append(window);
+    }
+    std::stable_sort(windows.begin(), windows.end(),
+                     [height](const QWidget *one, const QWidget *other) { return height(one) < height(other); });
+    return windows;
+}
+
 void Pictures::picture(const QString &name) const
 {
-    QList<QWidget *> windows;
+    QCoreApplication::processEvents(); // what is still to be laid out
+    const QList<QWidget *> windows = windowsFromBelow();
     QRect shown;
-    for (QWidget *window : QApplication::topLevelWidgets()) {
-        if (!window->isVisible() || window->windowType() == Qt::ToolTip)
-            continue;
-        const bool isBelow = window->objectName() == mainLayout || window->objectName() == u"SplashScreen";
-        windows.insert(isBelow ? 0 : windows.size(), window);
-        shown |= window->geometry();
-    }
-    const qreal ratio = windows.isEmpty() ? 1 : windows.constFirst()->devicePixelRatio();
+    for (const QWidget *window : windows)
+        shown |= window->geometry().marginsAdded(QMargins() + 1);
+    const qreal ratio = windows.constFirst()->devicePixelRatio();
     QImage image((QSizeF(shown.size()) * ratio).toSize(), QImage::Format_RGB32);
     image.setDevicePixelRatio(ratio);
     image.fill(QColor(u"#808890"_s)); // the desktop
     QPainter painter(&image);
-    for (QWidget *window : windows)
-        painter.drawPixmap(window->geometry().topLeft() - shown.topLeft(), window->grab());
+    painter.translate(-shown.topLeft());
+    for (QWidget *window : windows) {
+        painter.fillRect(window->geometry().marginsAdded(QMargins() + 1), QColor(u"#404448"_s)); // the desktop's frame
+        painter.drawPixmap(window->pos(), window->grab());
+    }
     painter.end();
     if (!image.save(m_look.folder + u'/' + name + u".png"_s))
         m_guide.fail(u"the picture %1 is written"_s.arg(name));

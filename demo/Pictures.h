@@ -34,8 +34,8 @@ private:
     void failure();
     void settings();
     void otherWindows();
-    // What is on the screen, as it lies: the main window and what stands before it.
-    void picture(const QString &name) const;
+    QList<QWidget *> windowsFromBelow() const;
+    void picture(const QString &name) const; // of all that is on the screen
     // Takes the picture of the dialog that the press opens, and closes it.
     void dialog(const QString &layout, const QString &button, const QString &name);
 

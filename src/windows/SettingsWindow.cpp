@@ -154,8 +154,15 @@ bool SettingsWindow::event(QEvent *event)
     if (event->type() == QEvent::WindowActivate)
         showPaths();
     if (event->type() == QEvent::LayoutRequest || event->type() == QEvent::Resize)
-        setMinimumHeight(layout()->totalHeightForWidth(width())); // a layout keeps no room for text that wraps
+        makeRoomForWrappedText();
     return isHandled;
+}
+
+// A layout keeps no room for text that wraps. While a window opens it is not told of a size that changes again.
+void SettingsWindow::makeRoomForWrappedText()
+{
+    setMinimumHeight(layout()->totalHeightForWidth(width()));
+    layout()->setGeometry(contentsRect());
 }
 
 void SettingsWindow::closeEvent(QCloseEvent *event)

@@ -42,6 +42,7 @@ protected:
 
 private:
     void showPaths(); // and what is to be said of them
+    void makeRoomForWrappedText();
     void bindControls();
     void connectButtons();
     void showPassword(bool shown);

@@ -17,6 +17,7 @@
 #include <QPointer>
 #include <QPushButton>
 #include <QSignalSpy>
+#include <QScopeGuard>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
@@ -56,6 +57,7 @@ private Q_SLOTS:
     void itFollowsAChangeToDarkAndBack();
 
 private:
+    void verifyNothingIsCut() const;
     void open();
     void store(const QString &installPath, const QString &launchPath = {})
     {
@@ -338,25 +340,39 @@ void TestSettingsWindow::nothingIsCut_data()
 void TestSettingsWindow::nothingIsCut()
 {
     QFETCH(const int, pointSize);
-    QFont font = QApplication::font();
+    const QFont before = QApplication::font();
+    QFont font = before;
     font.setPointSize(pointSize);
+    QApplication::setFont(font);
+    const auto restore = qScopeGuard([before] { QApplication::setFont(before); });
     makeFolder(toPath(m_world->gameFolder() + u"/_retail_"_s));
     m_window = new SettingsWindow(m_world->defaults(), nullptr);
-    m_window->setFont(font);
     m_window->show();
     QVERIFY(QTest::qWaitForWindowActive(m_window));
+    verifyNothingIsCut(); // as it opens
     m_window->resize(m_window->minimumSize());
     makeFolder(toPath(m_world->gameFolder() + u"/_retail_/Interface/Addons"_s));
     makeFile(toPath(m_world->path(u"launcher"_s))); // not executable
     store(m_world->gameFolder(), m_world->path(u"launcher"_s));
     m_window->showStored();
     QVERIFY(!hint("installPathHint").isEmpty() && !hint("launchPathHint").isEmpty());
+    QTRY_VERIFY(m_window->findChild<QLabel *>(u"launchPathHint"_s)->height() > 0);
+    QCoreApplication::processEvents(); // lays out
+    verifyNothingIsCut();
+}
+
+void TestSettingsWindow::verifyNothingIsCut() const
+{
     for (const QLabel *label : m_window->findChildren<QLabel *>()) {
-        if (label->isVisible() && label->wordWrap())
-            QTRY_VERIFY2(label->height() >= label->heightForWidth(label->width()), qPrintable(label->objectName()));
+        const int needed =
+            label->wordWrap() ? label->heightForWidth(label->width()) : label->minimumSizeHint().height();
+        QVERIFY2(!label->isVisible() || label->height() >= needed, qPrintable(label->objectName()));
     }
-    for (const QPushButton *button : m_window->findChildren<QPushButton *>())
-        QVERIFY2(button->width() >= button->minimumSizeHint().width(), qPrintable(button->objectName()));
+    for (const QAbstractButton *button : m_window->findChildren<QAbstractButton *>()) {
+        const QSize needed = button->minimumSizeHint();
+        QVERIFY2(button->width() >= needed.width() && button->height() >= needed.height(),
+                 qPrintable(button->objectName()));
+    }
 }
 
 void TestSettingsWindow::buttonsReportTheirPress()

@@ -197,7 +197,7 @@ void Pictures::picture(const QString &name) const
     painter.translate(-shown.topLeft());
     for (QWidget *window : windows) {
         painter.fillRect(window->geometry().marginsAdded(QMargins() + 1), QColor(u"#404448"_s)); // the desktop's frame
-        painter.drawPixmap(window->pos(), window->grab());
+        painter.drawPixmap(window->geometry().topLeft(), window->grab());
     }
     painter.end();
     if (!image.save(m_look.folder + u'/' + name + u".png"_s))

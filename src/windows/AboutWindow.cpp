@@ -56,7 +56,7 @@ AboutWindow::AboutWindow(const VendorSite &site, QWidget *parent)
     m_ui->textView->showText(m_text);
     m_ui->textView->document()->setDocumentMargin(12);
     Theme::follow(*this, sheet);
-    const QSize wanted(fontMetrics().averageCharWidth() * 84, fontMetrics().height() * 26);
+    const QSize wanted(fontMetrics().averageCharWidth() * 92, fontMetrics().height() * 26);
     resize(wanted.boundedTo(screen()->availableGeometry().size() * 9 / 10));
     connect(m_ui->copyButton, &QPushButton::clicked, this, &AboutWindow::copy);
     connect(m_ui->closeButton, &QPushButton::clicked, this, &QWidget::close);

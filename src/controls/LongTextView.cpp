@@ -1,6 +1,9 @@
 #include "controls/LongTextView.h"
 
+#include "controls/Theme.h"
+
 #include <QMimeData>
+#include <QScrollBar>
 #include <QTextBlock>
 #include <QTextCursor>
 
@@ -10,6 +13,15 @@ using namespace Qt::StringLiterals;
 
 namespace
 {
+// As slim as the pages' own.
+const QString scrollBarSheet = uR"(
+QScrollBar:vertical { width: 10px; background: transparent; }
+QScrollBar::handle:vertical { background: @thumb; border-radius: 3px; margin: 2px; min-height: 24px; }
+QScrollBar::handle:vertical:hover { background: @page-muted; }
+QScrollBar::add-line:vertical, QScrollBar::sub-line:vertical { height: 0; }
+QScrollBar::add-page:vertical, QScrollBar::sub-page:vertical { background: transparent; }
+)"_s;
+
 constexpr qsizetype LongestPiece = 2000;
 constexpr int GoesOn = 1; // a block's state: the line goes on in the next block
 
@@ -49,6 +61,7 @@ LongTextView::LongTextView(QWidget *parent) : QPlainTextEdit(parent)
 {
     setReadOnly(true);
     setTabChangesFocus(true);
+    Theme::follow(*verticalScrollBar(), scrollBarSheet);
     setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
 }
 

@@ -117,7 +117,8 @@ void SettingsWindow::bindControls()
             [this](const QString &text) { m_defaults.setObject(Preferences::password.key, text); });
     connect(m_ui->autoLaunchBox, &QCheckBox::toggled, this,
             [this](bool checked) { m_defaults.setObject(Preferences::autoLaunch.key, checked); });
-    connect(m_ui->showPasswordButton, &QPushButton::toggled, this, &SettingsWindow::showPassword);
+    connect(m_ui->showPasswordButton, &QPushButton::clicked, this,
+            [this] { showPassword(m_ui->passwordField->echoMode() == QLineEdit::Password); });
 }
 
 void SettingsWindow::connectButtons()
@@ -130,6 +131,8 @@ void SettingsWindow::connectButtons()
     connect(m_ui->cancelButton, &QPushButton::clicked, this, &SettingsWindow::reject);
 }
 
+// The button names what it will do, and so is not one that stays pressed: "Hide password, pressed" would say that the
+// password is hidden.
 void SettingsWindow::showPassword(bool shown)
 {
     m_ui->passwordField->setEchoMode(shown ? QLineEdit::Normal : QLineEdit::Password);

@@ -186,7 +186,7 @@ void TestSettingsWindow::thePasswordIsHiddenUntilItIsAskedFor()
     m_world->storeAccount({}, u"secret"_s);
     open();
     const auto *const field = control<QLineEdit>(u"passwordField"_s);
-    const auto *const toggle = control(u"showPasswordButton"_s);
+    auto *const toggle = control(u"showPasswordButton"_s);
     QCOMPARE(field->echoMode(), QLineEdit::Password);
     QVERIFY(!field->displayText().contains(u's'));
     QCOMPARE(toggle->accessibleName(), u"Show password"_s);
@@ -194,6 +194,7 @@ void TestSettingsWindow::thePasswordIsHiddenUntilItIsAskedFor()
     QCOMPARE(field->displayText(), u"secret"_s);
     QCOMPARE(toggle->accessibleName(), u"Hide password"_s);
     QCOMPARE(toggle->text(), u"Hide"_s);
+    QVERIFY(!QAccessible::queryAccessibleInterface(toggle)->state().checked); // "Hide password, pressed" would be shown
     pressByKey(u"showPasswordButton"_s);
     QCOMPARE(field->echoMode(), QLineEdit::Password);
     QCOMPARE(toggle->text(), u"Show"_s);

@@ -8,6 +8,8 @@
 #include <QApplication>
 #include <QFileInfo>
 #include <QFontInfo>
+#include <QJsonArray>
+#include <QJsonDocument>
 #include <QWebEngineDownloadRequest>
 #include <QWebEngineFullScreenRequest>
 #include <QWebEngineNewWindowRequest>
@@ -156,8 +158,9 @@ Pane::Pane(QWidget *parent)
     setContextMenuPolicy(Qt::NoContextMenu); // "Reload" and "View source" are a browser's
     Theme::follow(*this, [this](const QPalette &palette) { dress(palette); });
     connect(this, &QWebEngineView::loadFinished, this, [this] {
-        const QString name = accessibleName(); // our own; a screen reader speaks a page's title when it comes to it
-        m_page->runJavaScript(u"document.title = document.title || '%1'"_s.arg(name),
+        // A screen reader speaks a page's title when it comes to it. As JSON no name can end the text early.
+        const QByteArray name = QJsonDocument(QJsonArray{accessibleName()}).toJson(QJsonDocument::Compact);
+        m_page->runJavaScript(u"document.title = document.title || %1[0]"_s.arg(QString::fromUtf8(name)),
                               QWebEngineScript::ApplicationWorld);
     });
     connect(qApp, &QApplication::focusChanged, this, [this](const QWidget *, const QWidget *now) {

@@ -109,6 +109,9 @@ void TestPaneByTools::aPageWithoutATitleHasThePanesName()
 {
     const ScreenReader reader;
     QVERIFY(waitUntil([this] { return names(QAccessible::WebDocument) == QStringList{u"News"_s}; }));
+    m_pane->setAccessibleName(u"What's \"new\""_s);
+    m_pane->loadFile(m_world.path(u"page.html"_s));
+    QVERIFY(waitUntil([this] { return names(QAccessible::WebDocument) == QStringList{m_pane->accessibleName()}; }));
 }
 
 void TestPaneByTools::theLinkThatTheKeyboardComesToIsToldLast()

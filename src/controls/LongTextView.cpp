@@ -62,6 +62,7 @@ LongTextView::LongTextView(QWidget *parent) : QPlainTextEdit(parent)
     setReadOnly(true);
     setTabChangesFocus(true);
     Theme::follow(*verticalScrollBar(), scrollBarSheet);
+    setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff); // every line wraps, but a bar flickers as the window opens
     setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
 }
 

@@ -11,6 +11,7 @@
 #include <QPointer>
 #include <QPushButton>
 #include <QRegularExpression>
+#include <QScrollBar>
 #include <QTest>
 
 #include <curl/curl.h>
@@ -28,6 +29,7 @@ private Q_SLOTS:
 
     void itTellsVersionsHostsAndLicences_data();
     void itTellsVersionsHostsAndLicences();
+    void itsLinesEndInTheWindow();
     void theTextIsCopiedByTheButton();
     void theTextCanBeSelectedByTheKeyboard();
     void everyControlHasAName();
@@ -73,6 +75,15 @@ void TestAboutWindow::itTellsVersionsHostsAndLicences()
 {
     QFETCH(const QString, line);
     QVERIFY2(text().contains(line), qPrintable(text()));
+}
+
+void TestAboutWindow::itsLinesEndInTheWindow()
+{
+    AboutWindow window({u"site.example"_s, u"files.example"_s}, nullptr);
+    window.setAttribute(Qt::WA_DeleteOnClose, false);
+    window.show();
+    QVERIFY(!window.grab().isNull()); // as it is painted first
+    QVERIFY(!window.findChild<LongTextView *>()->horizontalScrollBar()->isVisible());
 }
 
 void TestAboutWindow::theTextIsCopiedByTheButton()

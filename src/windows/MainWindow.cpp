@@ -38,8 +38,11 @@ QPushButton#mainButton:pressed { background: @action-pressed; }
 QPushButton#mainButton:disabled { background: @groove; color: @faint; }
 )"_s;
 
-// Each post is a line of title and a line of date, as the feed's page has them.
+// Each post is a line of title and a line of date, as the feed's page has them. The page has half pixels around
+// everything, with which titles and dates would not begin at one edge.
 const QString newsSheet = uR"(
+html, body > font, body > font > a { margin: 0; padding: 0; }
+body { padding: 0; }
 body > font { display: block; }
 body > font + br { display: none; }
 body > font[size="3"] { line-height: 1.3; }

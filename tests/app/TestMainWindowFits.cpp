@@ -1,6 +1,8 @@
+#include "support/PageScript.h"
 #include "support/Program.h"
 
 #include "controls/StatusLine.h"
+#include "controls/Theme.h"
 
 #include <QApplication>
 #include <QLabel>
@@ -39,6 +41,7 @@ private Q_SLOTS:
     void everyTextHasItsRoom();
     void theContentKeepsAGoodMeasure_data();
     void theContentKeepsAGoodMeasure();
+    void theNewsHasItsRhythm();
 
 private:
     void verifyStatus(const QString &status, bool isFailure);
@@ -134,6 +137,30 @@ void TestMainWindowFits::theContentKeepsAGoodMeasure()
     QCOMPARE(account.width(), news.width());
     QVERIFY(news.right() - account.left() <= 1920);
     QVERIFY(std::abs(account.left() - (size.width() - 1 - news.right())) <= 1); // in the middle
+}
+
+void TestMainWindowFits::theNewsHasItsRhythm()
+{
+    QByteArray page = "<html><head><style>*{margin : 0.5px;padding :0.5px;}</style></head><body>";
+    for (const char *title : {"First", "Second"})
+        page += QByteArray("<font size=\"3\"><a   href=\"https://news.example/\">") + title
+            + "</a></font><br><font size=\"2\">Fri, 20 Nov 2026</font><br>";
+    m_world->write(m_world->path(u"news.html"_s), page + "</body><html>");
+    Pane &pane = *delegate().rssView();
+    pane.loadFile(m_world->path(u"news.html"_s));
+    QVERIFY(waitForText(pane, u"First Fri, 20 Nov 2026 Second Fri, 20 Nov 2026"_s));
+
+    const QVariantList seen = answerOf(pane, uR"(
+        const [first, date, second] = ['font > a', 'font + br + font', 'font[size="3"]:not(:first-child) > a']
+            .map(each => document.querySelector(each)).map(each => each.getBoundingClientRect());
+        [first.left, date.left, date.top - first.bottom, second.top - date.bottom,
+            getComputedStyle(document.querySelector('font[size="2"]')).color])"_s)
+                                  .toList();
+    QCOMPARE(seen.size(), 5);
+    QCOMPARE(seen[0], seen[1]); // the title and its date begin at one edge
+    QVERIFY(seen[3].toDouble() >= seen[2].toDouble() + 10); // and are told apart from the next post
+    const QColor muted = Theme::color(u"page-muted"_s, QApplication::palette());
+    QCOMPARE(seen[4].toString(), u"rgb(%1, %2, %3)"_s.arg(muted.red()).arg(muted.green()).arg(muted.blue()));
 }
 
 QTEST_MAIN(TestMainWindowFits)

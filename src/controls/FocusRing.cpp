@@ -14,7 +14,7 @@ constexpr int Gap = 2;
 constexpr int Width = 2;
 } // namespace
 
-FocusRing::FocusRing(QWidget &around, int radius) : QWidget(around.parentWidget()), m_around(around), m_radius(radius)
+FocusRing::FocusRing(QWidget &around, int radius) : QWidget(around.parentWidget()), m_around(&around), m_radius(radius)
 {
     setAttribute(Qt::WA_TransparentForMouseEvents);
     around.installEventFilter(this);
@@ -31,13 +31,15 @@ bool FocusRing::eventFilter(QObject *watched, QEvent *event)
 
 void FocusRing::place()
 {
-    setGeometry(m_around.geometry().marginsAdded(QMargins() + (Gap + Width)));
+    setGeometry(m_around->geometry().marginsAdded(QMargins() + (Gap + Width)));
 }
 
 void FocusRing::follow(const QWidget *focused)
 {
+    if (!m_around)
+        return hide();
     place();
-    setVisible(focused && (focused == &m_around || m_around.isAncestorOf(focused)));
+    setVisible(focused && (focused == m_around || m_around->isAncestorOf(focused)));
     raise();
 }
 

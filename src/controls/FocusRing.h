@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QPointer>
 #include <QWidget>
 
 // A ring around a widget, shown while the widget or something inside it has the keyboard. It lies beside the widget in
@@ -9,7 +10,7 @@ class FocusRing : public QWidget
     Q_OBJECT
 
 public:
-    // Belongs to the widget's parent, and must not outlive the widget. The radius is that of the widget's corners.
+    // Belongs to the widget's parent, and may outlive the widget. The radius is that of the widget's corners.
     FocusRing(QWidget &around, int radius);
 
     bool eventFilter(QObject *watched, QEvent *event) override;
@@ -21,6 +22,6 @@ private:
     void place();
     void follow(const QWidget *focused);
 
-    const QWidget &m_around;
+    const QPointer<const QWidget> m_around;
     const int m_radius;
 };

@@ -15,6 +15,7 @@ private Q_SLOTS:
     void itShowsWhileTheKeyboardIsInside();
     void itLiesAroundTheWidgetAndMovesWithIt();
     void clicksGoThrough();
+    void itMayOutliveTheWidget();
 };
 
 namespace
@@ -76,6 +77,26 @@ void TestFocusRing::clicksGoThrough()
     window.inside.setFocus();
     QCOMPARE(window.childAt(window.framed.geometry().topLeft() + QPoint(1, 1)), &window.inside);
     QCOMPARE(window.childAt(window.framed.geometry().topLeft() - QPoint(2, 2)), nullptr);
+}
+
+// A window's end takes the framed widget before the ring, and the keyboard may move meanwhile.
+void TestFocusRing::itMayOutliveTheWidget()
+{
+    QWidget window;
+    QLineEdit other(&window);
+    auto *framed = new QLineEdit(&window);
+    framed->setGeometry(20, 20, 80, 40);
+    const FocusRing ring(*framed, 6);
+    window.show();
+    window.activateWindow();
+    QVERIFY(QTest::qWaitForWindowActive(&window));
+    framed->setFocus();
+    QVERIFY(ring.isVisible());
+    delete framed;
+    const QRect before = ring.geometry();
+    other.setFocus();
+    QVERIFY(!ring.isVisible());
+    QCOMPARE(ring.geometry(), before);
 }
 
 QTEST_MAIN(TestFocusRing)

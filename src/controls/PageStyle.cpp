@@ -25,7 +25,9 @@ a:focus-visible { outline: 2px solid @link; outline-offset: 2px; border-radius: 
 // The sheets come in the order of preference; the last is taken as it is.
 const QString dressing = uR"(
 (function (sheets) {
-    const mostElements = 2000; // a long page is judged by its beginning
+    const mostTexts = 2000; // a long page is judged by its beginning
+    if (!document.documentElement) // between two pages
+        return;
     const style = window.houseStyle || document.createElement('style');
     if (!window.houseStyle) {
         window.houseStyle = style;
@@ -39,16 +41,26 @@ const QString dressing = uR"(
         const [r, g, b] = color.map(c => c / 255).map(c => c <= 0.04045 ? c / 12.92 : ((c + 0.055) / 1.055) ** 2.4);
         return 0.2126 * r + 0.7152 * g + 0.0722 * b;
     }
-    function ground(element) { // null: a picture
-        for (let at = element; at; at = at.parentElement) {
-            const own = getComputedStyle(at);
-            if (own.backgroundImage !== 'none')
-                return null;
-            const color = channels(own.backgroundColor);
-            if (color[3] > 0.5)
-                return color;
+    function ownGround(element) { // null: a picture; undefined: none
+        const own = getComputedStyle(element);
+        if (own.backgroundImage !== 'none')
+            return null;
+        const color = channels(own.backgroundColor);
+        return color[3] > 0.5 ? color : undefined;
+    }
+    const grounds = new Map(); // each is asked for once, however deep a page is
+    function ground(element) {
+        const above = [];
+        let at = element;
+        for (; at && !grounds.has(at); at = at.parentElement) {
+            grounds.set(at, ownGround(at));
+            if (grounds.get(at) !== undefined)
+                break;
+            above.push(at);
         }
-        return null;
+        const found = at ? grounds.get(at) : null;
+        above.forEach(each => grounds.set(each, found));
+        return found;
     }
     function isReadable(element) {
         const below = ground(element);
@@ -58,12 +70,18 @@ const QString dressing = uR"(
             [luminance(below), luminance(channels(getComputedStyle(element).color))].sort((a, b) => a - b);
         return (lighter + 0.05) / (darker + 0.05) >= 3;
     }
-    function hasText(element) {
-        return [...element.childNodes].some(node => node.nodeType === Node.TEXT_NODE && node.data.trim());
+    function isSeen(text) {
+        return /\S/.test(text.data) && !text.parentElement.matches('script, style');
     }
     function suits() {
-        const elements = document.body ? document.body.querySelectorAll('*') : [];
-        return [...elements].slice(0, mostElements).every(e => !hasText(e) || isReadable(e));
+        if (!document.body)
+            return true;
+        const texts = document.createNodeIterator(document.body, NodeFilter.SHOW_TEXT);
+        for (let count = 0, text = null; count < mostTexts && (text = texts.nextNode()); ++count) {
+            if (isSeen(text) && !isReadable(text.parentElement))
+                return false;
+        }
+        return true;
     }
     for (const sheet of sheets) {
         style.textContent = sheet;

@@ -3,6 +3,7 @@
 #include "support/TestWorld.h"
 
 #include "controls/NavigationPolicy.h"
+#include "controls/PageStyle.h"
 #include "controls/Pane.h"
 #include "controls/Theme.h"
 
@@ -30,6 +31,7 @@ private Q_SLOTS:
     void aPageOnItsWayIsDarkToo();
     void aPageThatCannotBeReadOnDarkGroundStaysLight_data();
     void aPageThatCannotBeReadOnDarkGroundStaysLight();
+    void aDeepPageIsJudgedSoon();
     void thePagesOwnStylesWin();
     void thePanesSheetComesAfterTheHouses();
     void thePageGrowsWithTheDesktopsFont();
@@ -95,6 +97,9 @@ void TestPageStyle::aPageThatCannotBeReadOnDarkGroundStaysLight_data()
     QTest::addColumn<QByteArray>("page");
     QTest::addColumn<bool>("staysLight");
     QTest::newRow("black text") << QByteArray("<p style='color: #111'>text link</p>") << true;
+    QTest::newRow("black text of the page itself") << QByteArray("<body style='color: #111'>text link</body>") << true;
+    QTest::newRow("behind three thousand empty elements")
+        << QByteArray(QByteArray("<i></i>").repeated(3000) + "<p style='color: #111'>text link</p>") << true;
     QTest::newRow("deep inside") << QByteArray("<div><p>text <b style='color: navy'>link</b></p></div>") << true;
     QTest::newRow("black text on ground of its own")
         << QByteArray("<p style='color: #111; background: #eee'>text link</p>") << false;
@@ -103,6 +108,8 @@ void TestPageStyle::aPageThatCannotBeReadOnDarkGroundStaysLight_data()
                                   << false;
     QTest::newRow("white text") << QByteArray("<p style='color: #fff'>text link</p>") << false;
     QTest::newRow("the system's colours") << QByteArray("<p style='color: CanvasText'>text link</p>") << false;
+    QTest::newRow("black text of a script")
+        << QByteArray("<p>text link</p><div style='color: black'><script>let text;</script></div>") << false;
     QTest::newRow("dark, where nothing is written")
         << QByteArray("<p>text link</p><div style='color: black'><p style='color: white'></p></div>") << false;
 }
@@ -114,6 +121,19 @@ void TestPageStyle::aPageThatCannotBeReadOnDarkGroundStaysLight()
     const DarkDesktop dark;
     QVERIFY(show(page));
     QVERIFY(waitForPaper(staysLight ? Theme::lightPalette() : QApplication::palette()));
+}
+
+// The engine works out what an element looks like whenever it is asked.
+void TestPageStyle::aDeepPageIsJudgedSoon()
+{
+    const DarkDesktop dark;
+    QVERIFY(show(QByteArray("<div>").repeated(200) + QByteArray("<b>text</b>").repeated(50)));
+    const QString count = u"let asked = 0; const ask = window.getComputedStyle;"
+                          "window.getComputedStyle = element => { ++asked; return ask(element); };"
+                          "%1; asked / document.querySelectorAll('*').length"_s;
+    const double perElement = answerOf(m_pane, count.arg(PageStyle::script({}, QApplication::palette()))).toDouble();
+    QVERIFY(perElement > 0.5);
+    QVERIFY2(perElement <= 2, qPrintable(QString::number(perElement)));
 }
 
 void TestPageStyle::thePagesOwnStylesWin()

@@ -26,6 +26,7 @@ public:
         makeFile(toPath(bundle() + u"/AppRun"_s), "#!/bin/sh\necho started >\"" + at(u"mark"_s).toUtf8() + "\"\n",
                  0755);
         makeFile(toPath(at(u"data/applications/theirs.desktop"_s)));
+        environment.insert(u"XDG_DATA_HOME"_s, data());
     }
 
     QString at(const QString &name) const { return m_world.filePath(name); }
@@ -35,20 +36,23 @@ public:
     QString starter() const { return folder() + u"/wayfar-installer"_s; }
     QByteArrayList tree() const { return treeOf(m_world.path()); }
 
-    // What it says; the test fails when it ends with another status than 0.
-    QByteArray menuEntry(const QStringList &arguments = {}) const
+    // What it says; the test fails when it ends with another status.
+    QByteArray menuEntry(const QStringList &arguments = {}, int status = 0) const
     {
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(u"XDG_DATA_HOME"_s, data());
         QProcess script;
         script.setProcessEnvironment(environment);
+        script.setWorkingDirectory(m_world.path());
         script.setProcessChannelMode(QProcess::MergedChannels);
         script.start(bundle() + u"/usr/bin/wayfar-menu-entry"_s, arguments);
         script.waitForFinished();
         const QByteArray said = script.readAll();
-        [&] { QVERIFY2(script.exitStatus() == QProcess::NormalExit && script.exitCode() == 0, said.constData()); }();
+        [&] {
+            QVERIFY2(script.exitStatus() == QProcess::NormalExit && script.exitCode() == status, said.constData());
+        }();
         return said;
     }
+
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
 
 private:
     const QTemporaryDir m_world;
@@ -95,6 +99,9 @@ private Q_SLOTS:
     void allOfItIsTakenAwayAndNothingElse();
     void whatWasChangedSinceStays();
     void anotherFoldersEntryTakesItsPlace();
+    void whereNoStarterOrEntryCanBeTheOldEntryStays_data();
+    void whereNoStarterOrEntryCanBeTheOldEntryStays();
+    void aRelativeDataFolderIsTakenForNone();
     void rootsIsEverybodys();
 
 private:
@@ -189,6 +196,41 @@ void TestMenuEntry::anotherFoldersEntryTakesItsPlace()
     QVERIFY(launches(entryIn(games.data())));
 }
 
+void TestMenuEntry::whereNoStarterOrEntryCanBeTheOldEntryStays_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<bool>("isWritable");
+    QTest::newRow("another's folder") << u"games of others"_s << false;
+    QTest::newRow("a line end") << u"games\nof others"_s << true;
+}
+
+void TestMenuEntry::whereNoStarterOrEntryCanBeTheOldEntryStays()
+{
+    QFETCH(const QString, name);
+    QFETCH(const bool, isWritable);
+    const Games games;
+    games.menuEntry();
+    Games others(name);
+    others.environment = games.environment;
+    if (!isWritable)
+        runIn(others.folder(), "chmod a-w .");
+    const QByteArrayList before = games.tree();
+    QVERIFY(!others.menuEntry({}, 1).contains("The menu now"));
+    QCOMPARE(games.tree(), before);
+    if (!isWritable)
+        runIn(others.folder(), "chmod u+w .");
+}
+
+void TestMenuEntry::aRelativeDataFolderIsTakenForNone()
+{
+    Games games;
+    games.environment.insert(u"XDG_DATA_HOME"_s, u"data"_s);
+    games.environment.insert(u"HOME"_s, games.at(u"home"_s));
+    games.menuEntry();
+    QVERIFY(QFile::exists(entryIn(games.at(u"home/.local/share"_s))));
+    QVERIFY(!QFile::exists(entryIn(games.data())));
+}
+
 void TestMenuEntry::rootsIsEverybodys()
 {
     if (!Rerun::isRerun()) {
@@ -198,7 +240,9 @@ void TestMenuEntry::rootsIsEverybodys()
         Rerun::verifyPasses(Rerun::withMounts(u"mount -t tmpfs none /usr/local/share"_s, {}), {});
         return;
     }
-    const Games games;
+    Games games;
+    games.environment.remove(u"HOME"_s); // as some root's is
+    games.environment.remove(u"XDG_DATA_HOME"_s);
     const QByteArrayList before = treeOf(systemData);
     games.menuEntry();
     QVERIFY(areThere(iconsIn(systemData)) && launches(entryIn(systemData)));

@@ -71,7 +71,7 @@ struct Player {
     bool started() const { return output.startsWith("argument a b\n") && status == 7; }
 
     const QTemporaryDir folder;
-    const FilePath bundle = toPath(folder.filePath(u"my <b>&amp; games/WayfarRoutes_1.2.6.app"_s));
+    const FilePath bundle = toPath(folder.filePath(u"my <b>&amp; games not found/WayfarRoutes_1.2.6.app"_s));
     const FilePath other = bundle / "usr/lib/libWayfarOther.so.1";
     const FilePath qt = bundle / "usr/lib/libQt6Gui.so.6";
     const FilePath programs = toPath(folder.filePath(u"bin"_s));

@@ -5,7 +5,9 @@
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
+#include <QUrl>
 
+#include <algorithm>
 #include <cstdio>
 
 using namespace Qt::StringLiterals;
@@ -19,13 +21,20 @@ struct Task {
     UrlLoaderSettings network;
 };
 
+// With or without a port; and no address.
+bool isHost(const QString &text)
+{
+    const QUrl url(u"https://"_s + text);
+    return !text.isEmpty() && url.authority() == text;
+}
+
 Task readArguments(const QCoreApplication &application)
 {
     QCommandLineParser parser;
     parser.setApplicationDescription(
         u"Asks a vendor's hosts for everything that the installer asks for, as it asks, and says what players would "
-        u"see "
-        "and what is wrong. Ends with status 0 only when all is right.\n\nThe user name and the password of an account "
+        "see and what is wrong. Ends with status 0 only when all is right.\n\nThe user name and the password of an "
+        "account "
         "are read from standard input, a line each. Without them the forms go out empty."_s);
     parser.addHelpOption();
     parser.addVersionOption();
@@ -34,7 +43,7 @@ Task readArguments(const QCoreApplication &application)
     parser.addPositionalArgument(u"download-host"_s, u"Where new installers are."_s);
     parser.process(application);
     const QStringList hosts = parser.positionalArguments();
-    if (hosts.size() != 2)
+    if (hosts.size() != 2 || !std::ranges::all_of(hosts, isHost) || hosts[0].startsWith(u"www."))
         parser.showHelp(misused);
     return {{hosts[0], hosts[1]}, {.caFile = parser.value(u"ca"_s)}};
 }

@@ -75,6 +75,7 @@ private Q_SLOTS:
     void withoutAnAccountTheFormsGoOutEmpty();
     void theAccountStaysOutOfItsOutput();
     void atATerminalThePasswordIsNotShown();
+    void withoutTwoHostsItSaysHowItIsUsed_data();
     void withoutTwoHostsItSaysHowItIsUsed();
 
 private:
@@ -300,9 +301,19 @@ void TestCheckVendor::atATerminalThePasswordIsNotShown()
     terminal.waitForFinished();
 }
 
+void TestCheckVendor::withoutTwoHostsItSaysHowItIsUsed_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::newRow("one") << QStringList{u"wayfar.example"_s};
+    QTest::newRow("an address") << QStringList{u"https://wayfar.example"_s, u"download.wayfar.example"_s};
+    QTest::newRow("a page") << QStringList{u"wayfar.example"_s, u"download.wayfar.example/"_s};
+    QTest::newRow("the other form") << QStringList{u"www.wayfar.example"_s, u"download.wayfar.example"_s};
+}
+
 void TestCheckVendor::withoutTwoHostsItSaysHowItIsUsed()
 {
-    const Outcome outcome = run({u"wayfar.example"_s}, {});
+    QFETCH(const QStringList, arguments);
+    const Outcome outcome = run(arguments, {});
     outcome.verifySays("host download-host");
     QCOMPARE(outcome.status, 2);
 }

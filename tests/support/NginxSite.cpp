@@ -117,13 +117,15 @@ void NginxSite::answerFormsFromFiles()
     change("    include snippets/wayfar-forms-passed-on.conf;\n    # include", "    include");
 }
 
-// One process without a service, its files in the folder.
+// One process without a service, its files in the folder. Names other than the site's get no answer.
 void NginxSite::writeServer() const
 {
     QByteArray server = "daemon off;\nmaster_process off;\npid nginx.pid;\nevents {}\nhttp {\n"
                         "include /etc/nginx/mime.types;\naccess_log off;\n";
     for (const char *use : {"client_body", "proxy", "fastcgi", "uwsgi", "scgi"})
         server += QByteArray(use) + "_temp_path " + use + ";\n";
+    server +=
+        "server { listen 127.0.0.1:" + QByteArray::number(m_port) + " ssl default_server; ssl_reject_handshake on; }\n";
     publish(u"nginx.conf"_s, server + "include wayfar-site.conf;\n}\n");
     for (auto file = m_files.cbegin(); file != m_files.cend(); ++file)
         publish(file.key(), file.value());

@@ -67,6 +67,9 @@ private Q_SLOTS:
     void everyControlHasAName();
     void aToolHearsWhatIsShownAndWhatItIsAbout();
     void theKeyboardGoesThroughTheWindowInOrder();
+    void theKeyboardsPlaceHasARing_data();
+    void theKeyboardsPlaceHasARing();
+    void theCardsCornersAreRound();
     void secondaryTextsAreMuted();
     void itFollowsAChangeToDarkAndBack();
 
@@ -363,6 +366,41 @@ void TestMainWindow::theKeyboardGoesThroughTheWindowInOrder()
     press(Qt::ShiftModifier);
     QVERIFY(m_program->control("button2")->hasFocus());
     mainButton().setEnabled(true);
+}
+
+void TestMainWindow::theKeyboardsPlaceHasARing_data()
+{
+    QTest::addColumn<QString>("focused");
+    QTest::addColumn<QString>("framed");
+    QTest::newRow("the large banner") << u"button1"_s << u"largeImage"_s;
+    QTest::newRow("the small banner") << u"button2"_s << u"smallImage"_s;
+    QTest::newRow("the account") << u"htmlView"_s << u"accountCard"_s;
+    QTest::newRow("the news") << u"rssView"_s << u"newsCard"_s;
+    QTest::newRow("the main button") << u"mainButton"_s << u"mainButton"_s;
+}
+
+void TestMainWindow::theKeyboardsPlaceHasARing()
+{
+    QFETCH(const QString, focused);
+    QFETCH(const QString, framed);
+    auto *content = m_program->control<QWidget>("centralWidget");
+    const QRect around = content->findChild<QWidget *>(framed)->geometry();
+    const auto beside = [&] {
+        return content->grab(QRect(around.left() - 3, around.center().y(), 1, 1)).toImage().pixelColor(0, 0);
+    };
+    m_program->control("settingsButton")->setFocus();
+    QCOMPARE(beside(), content->palette().color(QPalette::Window));
+    content->findChild<QWidget *>(focused)->setFocus();
+    QCOMPARE(beside(), Theme::color(u"focus"_s, content->palette()));
+}
+
+void TestMainWindow::theCardsCornersAreRound()
+{
+    for (const char *name : {"accountCard", "newsCard"}) {
+        const QImage card = m_program->control<QWidget>(name)->grab().toImage();
+        QCOMPARE(card.pixelColor(1, 1), delegate().window()->palette().color(QPalette::Window));
+        QCOMPARE(card.pixelColor(0, card.height() / 2), Theme::color(u"line"_s, delegate().window()->palette()));
+    }
 }
 
 void TestMainWindow::secondaryTextsAreMuted()

@@ -32,6 +32,7 @@ private Q_SLOTS:
     void aPageThatCannotBeReadOnDarkGroundStaysLight_data();
     void aPageThatCannotBeReadOnDarkGroundStaysLight();
     void aDeepPageIsJudgedSoon();
+    void aPagesScriptsFindNothingOfOurs();
     void thePagesOwnStylesWin();
     void thePanesSheetComesAfterTheHouses();
     void thePageGrowsWithTheDesktopsFont();
@@ -134,6 +135,13 @@ void TestPageStyle::aDeepPageIsJudgedSoon()
     const double perElement = answerOf(m_pane, count.arg(PageStyle::script({}, QApplication::palette()))).toDouble();
     QVERIFY(perElement > 0.5);
     QVERIFY2(perElement <= 2, qPrintable(QString::number(perElement)));
+}
+
+void TestPageStyle::aPagesScriptsFindNothingOfOurs()
+{
+    QVERIFY(show("<p>text <a href='there'>link</a></p>"));
+    QVERIFY(waitForPaper(QApplication::palette()));
+    QCOMPARE(answerOf(m_pane, u"typeof window.houseStyle"_s).toString(), u"undefined"_s);
 }
 
 void TestPageStyle::thePagesOwnStylesWin()

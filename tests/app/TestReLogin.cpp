@@ -74,6 +74,7 @@ void TestReLogin::aFailedLoginReplacesThePage()
         m_world->vendor().queueAnswer("/api/dlCheckUser", *answer);
     delegate().reLogin();
     QCOMPARE(status(), u"Incorrect Login..."_s);
+    QVERIFY(delegate().isStatusFailure());
     QCOMPARE(logins(), 1);
     QVERIFY(Preferences::loginFailed.in(m_world->defaults()));
     QVERIFY(waitUntil([this] { return textOf(*delegate().htmlView()).startsWith(u"The login did not work"); }));
@@ -82,6 +83,7 @@ void TestReLogin::aFailedLoginReplacesThePage()
     storeAccount(u"rowan"_s, u"secret"_s);
     delegate().reLogin();
     QCOMPARE(status(), u"Logged in as rowan..."_s);
+    QVERIFY(!delegate().isStatusFailure());
     QVERIFY(waitForPage(u"Rowan's page"_s));
 }
 

@@ -113,7 +113,11 @@ void TestStatusLine::aFailureHasASignAndAColour()
     line.setFailure(true);
     QVERIFY(Drawn(line).has(color));
     const QRect before(0, 0, line.fontMetrics().lineSpacing(), line.height()); // where only the sign is
-    QVERIFY(Drawn(line).image.copy(before) != plain.copy(before));
+    const QImage sign = Drawn(line).image.copy(before);
+    QVERIFY(sign != plain.copy(before));
+    line.setText(u"Update download failed. Please retry"_s);
+    QCOMPARE(Drawn(line).image.copy(before), sign);
+    line.setText(u"Incorrect Login..."_s);
     line.setFailure(false);
     QCOMPARE(Drawn(line).image, plain);
 }

@@ -69,6 +69,7 @@ private Q_SLOTS:
     void cleanupTestCase() { m_nginx.reset(); }
 
     void whereAllIsRightItSaysWhatPlayersSee();
+    void aSiteMayBeRightOtherwise();
     void everyMistakeIsFoundAndTold_data();
     void everyMistakeIsFoundAndTold();
     void aCertificateAboutToEndIsTold();
@@ -133,6 +134,25 @@ void TestCheckVendor::whereAllIsRightItSaysWhatPlayersSee()
         outcome.verifySays(words);
     QVERIFY2(!outcome.said.contains("WRONG"), outcome.said.constData());
     QCOMPARE(outcome.status, 0);
+}
+
+// No connection is kept, and the news are elsewhere.
+void TestCheckVendor::aSiteMayBeRightOtherwise()
+{
+    const QByteArrayList usual = {"keepalive_timeout 15s;", "location = /feed {"};
+    const QByteArrayList other = {
+        "keepalive_timeout 0;",
+        "location = /feed { return 302 https://www.wayfar.localhost:$server_port/news; } location = /news {"};
+    publish();
+    m_nginx->publish(u"site/news"_s, feedOf(post("https://a.example", "One")));
+    for (int change = 0; change < 2; ++change)
+        m_nginx->changeAndRestart(usual[change], other[change]);
+    const Outcome outcome = check(*m_nginx);
+    for (int change = 0; change < 2; ++change)
+        m_nginx->changeAndRestart(other[change], usual[change]);
+    QVERIFY2(outcome.status == 0, outcome.said.constData());
+    outcome.verifySays("note   It is redirected to https://www.wayfar.localhost:");
+    QCOMPARE(outcome.said.count("The certificate of "), 3); // one for each host
 }
 
 void TestCheckVendor::everyMistakeIsFoundAndTold_data()

@@ -84,10 +84,11 @@ private:
             m_spoken.append(source->text(QAccessible::Name));
         }
 #if QT_VERSION >= QT_VERSION_CHECK(6, 8, 0)
-        const bool isKeyboards = event.uniqueId() == m_keyboard;
-        if (event.type() == QAccessible::DescriptionChanged && isKeyboards)
+        // What changes before the keyboard's place is spoken is spoken with it.
+        const bool isNews = event.uniqueId() == m_keyboard && !m_keyboardCame;
+        if (event.type() == QAccessible::DescriptionChanged && isNews)
             m_spoken.append(source->text(QAccessible::Description));
-        else if (event.type() == QAccessible::NameChanged && isKeyboards)
+        else if (event.type() == QAccessible::NameChanged && isNews)
             m_spoken.append(source->text(QAccessible::Name));
         else if (event.type() == QAccessible::Announcement)
             m_spoken.append(static_cast<const QAccessibleAnnouncementEvent &>(event).message());

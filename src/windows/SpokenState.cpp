@@ -58,10 +58,11 @@ bool SpokenState::describe()
             versions.append(caption->text() + u' ' + version);
     }
     const QString text = (m_controls.status->accessibleName() + u' ' + versions.join(u", "_s)).trimmed();
-    const bool isOther = text != m_controls.mainButton->accessibleDescription();
+    if (text == m_controls.mainButton->accessibleDescription())
+        return false; // Qt would tell of it again
     for (QWidget *described : {static_cast<QWidget *>(m_controls.mainButton), m_controls.content})
         described->setAccessibleDescription(text);
-    return isOther;
+    return true;
 }
 
 void SpokenState::announceNews()

@@ -32,7 +32,7 @@ void SpokenState::keyboardMoved(const QWidget *now)
 
 // A screen reader speaks the description of what gets the keyboard: the button, or the content. It takes a moment, so
 // that what changes at once is spoken with it. What changes later is announced, unless the screen reader speaks the new
-// description by itself.
+// description, or the button's new title, by itself.
 void SpokenState::tell()
 {
     constexpr qint64 moment = 250; // milliseconds
@@ -42,7 +42,7 @@ void SpokenState::tell()
     const QWidget *keyboard = m_window.focusWidget();
     const bool isDescribed = keyboard == m_controls.mainButton || keyboard == m_controls.content;
     const bool isRead = m_keyboardCame.isValid() && m_keyboardCame.elapsed() < moment;
-    if (!isDescribed || !(isRead || (Announcer::newDescriptionsAreSpoken && isOtherText)))
+    if (!isDescribed || !(isRead || (Announcer::newTextsAreSpoken && isOtherText)))
         announceNews();
     m_isStatusNew = false;
     m_title = m_controls.mainButton->text();
@@ -71,7 +71,7 @@ void SpokenState::announceNews()
     if (m_isStatusNew)
         texts.append(m_controls.status->accessibleName());
     const QString title = m_controls.mainButton->text();
-    if (title != m_title && m_controls.mainButton->hasFocus())
+    if (!Announcer::newTextsAreSpoken && title != m_title && m_controls.mainButton->hasFocus())
         texts.append(title);
     if (!texts.isEmpty())
         m_announcer->announce(texts.join(u' '));

@@ -96,6 +96,7 @@ private Q_SLOTS:
     void everyStatusIsSpokenWhereTheKeyboardIs();
     void aStatusIsAnnouncedWhenTheKeyboardIsElsewhere();
     void aStatusThatComesAgainIsSpokenAgain();
+    void aNewTitleIsSpoken();
 
 private:
     QAbstractButton &mainButton() { return *m_program->control("mainButton"); }
@@ -195,6 +196,18 @@ void TestSpoken::aStatusThatComesAgainIsSpokenAgain()
     mainButton().setFocus();
     for (int time = 0; time < 3; ++time)
         QVERIFY(hears({launchFailed}, [this] { press(); }));
+}
+
+void TestSpoken::aNewTitleIsSpoken()
+{
+    if (!isHeardByTools())
+        return;
+    QVERIFY(startAndListen());
+    delegate().setButtonText(u"Play"_s);
+    mainButton().setFocus();
+    for (int time = 0; time < 2; ++time) // until the moment of the keyboard's coming is over
+        QVERIFY(hears({launchFailed}, [this] { press(); }));
+    QVERIFY(hears({u"Update"_s}, [this] { delegate().setButtonText(u"Update"_s); }));
 }
 
 QTEST_MAIN(TestSpoken)

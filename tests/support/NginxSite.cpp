@@ -146,11 +146,13 @@ void NginxSite::start()
     }
 }
 
+// In one process, a signal that comes just before the server waits is seen only when the next one wakes it.
 void NginxSite::stop()
 {
-    m_nginx.terminate();
-    if (m_nginx.state() != QProcess::NotRunning)
-        m_nginx.waitForFinished();
+    while (m_nginx.state() != QProcess::NotRunning) {
+        m_nginx.terminate();
+        m_nginx.waitForFinished(500);
+    }
 }
 
 UrlLoaderSettings NginxSite::network() const

@@ -50,7 +50,7 @@ private Q_SLOTS:
     void withoutABusNothingIsAsked();
 
 private:
-    void change(const QString &key, uint scheme);
+    void change(const QString &key, uint scheme, const QString &group = u"org.freedesktop.appearance"_s);
 
     QProcess m_bus;
     Portal m_portal;
@@ -97,10 +97,10 @@ void TestDesktopColors::thePortalsAnswerIsTold()
     QCOMPARE(m_portal.asked, QStringList{u"Read org.freedesktop.appearance color-scheme"_s});
 }
 
-void TestDesktopColors::change(const QString &key, uint scheme)
+void TestDesktopColors::change(const QString &key, uint scheme, const QString &group)
 {
     QDBusMessage signal = QDBusMessage::createSignal(path, settings, u"SettingChanged"_s);
-    signal.setArguments({u"org.freedesktop.appearance"_s, key, QVariant::fromValue(QDBusVariant(scheme))});
+    signal.setArguments({group, key, QVariant::fromValue(QDBusVariant(scheme))});
     QVERIFY(QDBusConnection(u"portal"_s).send(signal));
 }
 
@@ -113,6 +113,7 @@ void TestDesktopColors::aChangeIsTold()
     QVERIFY(told.wait());
     told.clear();
     change(u"accent-color"_s, 1);
+    change(u"color-scheme"_s, 1, u"org.example.somebody"_s);
     change(u"color-scheme"_s, 1);
     QVERIFY(told.wait());
     change(u"color-scheme"_s, 2);

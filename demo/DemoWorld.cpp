@@ -81,6 +81,11 @@ void DemoWorld::forgetLaunch() const
     QFile::remove(launchMark);
 }
 
+void DemoWorld::forgetPreferences() const
+{
+    QDir(home + u"/config"_s).removeRecursively();
+}
+
 void DemoWorld::useLongTexts()
 {
     const QString name = u"Bartholomew Featherstonehaugh of the Upper Ravenglass Valley"_s;

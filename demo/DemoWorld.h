@@ -20,6 +20,7 @@ public:
     QString picture(const QString &name) const; // the path for a picture of the tour
     bool wasLaunched() const; // the sample launcher has run
     void forgetLaunch() const;
+    void forgetPreferences() const; // as on a player's first evening; before the program is made
     void useLongTexts(); // names, versions and paths as nobody expects them; before the program is made
     QByteArray installedToc() const;
 

@@ -57,6 +57,8 @@ Pictures::Pictures(DemoWorld &world, const Look &look) : m_world(world), m_look(
     Theme::setDarkPreferred(look.dark);
     if (look.longTexts)
         world.useLongTexts();
+    if (look.firstEvening)
+        world.forgetPreferences();
     world.vendor().setInstallerVersion("1.3.0"); // for the question
 }
 
@@ -65,7 +67,8 @@ void Pictures::take()
     QTimer::singleShot(0, this, [this] {
         startUp();
         mainWindow();
-        update();
+        if (!m_look.firstEvening)
+            update();
         failure();
         settings();
         otherWindows();

@@ -12,6 +12,7 @@ struct Look {
     QString folder; // for the pictures
     bool dark = false;
     bool longTexts = false;
+    bool firstEvening = false; // nothing is set yet
     int points = 0; // of the system's font; 0: as it is
     QSize size; // of the main window; none: as it opens
 };

@@ -85,12 +85,17 @@ QImage TourGuide::page(const QString &pane) const
     return control<Pane>(u"MainWindow"_s, pane)->grab().toImage();
 }
 
-// A web view is blank, or still its old self, for a moment after its page has loaded.
+// A web view is blank, still its old self, or drawn for its size before, for a moment after its page has loaded.
 void TourGuide::expectPage(const QString &pane, const QImage &otherThan) const
 {
+    constexpr int AtRest = 6; // looks that see the same
+    QImage before;
+    int same = 0;
     expect(u"%1 shows its page"_s.arg(pane), [&] {
         const QImage drawn = page(pane);
-        return drawn != otherThan && showsText(drawn);
+        same = drawn == before ? same + 1 : 0;
+        before = drawn;
+        return same >= AtRest && drawn != otherThan && showsText(drawn);
     });
 }
 

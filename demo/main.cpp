@@ -51,6 +51,7 @@ int main(int argc, char **argv)
                         {u"pictures"_s, u"Take a picture of every window."_s, u"folder"_s},
                         {u"dark"_s, u"In a dark desktop."_s},
                         {u"long"_s, u"With the longest texts."_s},
+                        {u"first-evening"_s, u"Before anything is set."_s},
                         {u"points"_s, u"The system font's size."_s, u"number"_s, u"0"_s},
                         {u"width"_s, u"The main window's."_s, u"pixels"_s, u"0"_s},
                         {u"height"_s, u"The main window's."_s, u"pixels"_s, u"0"_s}});
@@ -65,6 +66,7 @@ int main(int argc, char **argv)
                         {.folder = options.value(u"pictures"_s),
                          .dark = options.isSet(u"dark"_s),
                          .longTexts = options.isSet(u"long"_s),
+                         .firstEvening = options.isSet(u"first-evening"_s),
                          .points = options.value(u"points"_s).toInt(),
                          .size = size.isEmpty() ? QSize() : size});
 }

@@ -14,7 +14,7 @@ body { margin: 1.25rem; max-width: 32rem; }
 h1 { margin: 0 0 .5rem; font-size: 1.35rem; font-weight: 600; }
 p { margin: 0 0 .75rem; }
 ol { margin: 0 0 1rem; padding-left: 1.4rem; }
-li { margin: 0 0 .7rem; padding-left: .3rem; }
+li { margin: 0 0 .5rem; padding-left: .3rem; }
 li::marker, b { font-weight: 600; }
 </style></head><body><h1>%@</h1>%@</body></html>
 )";
@@ -26,14 +26,11 @@ QString AccountPages::welcome()
 {
     return page(
         u"Welcome, traveller"_s,
-        u"<p>Three steps and you are on your way. Press <strong>Settings</strong> and choose:</p>"
-        "<ol><li><b>Your account</b><br>The user name and the password that you have with Wayfar. With them the "
-        "guide pack is downloaded, and your account shows here.</li>"
-        "<li><b>The game folder</b><br>Where your game is installed: the folder that holds "
-        "<code>_retail_</code>. The guide pack goes into it.</li>"
-        "<li><b>The launcher</b><br>What starts your game: its own launcher, or a program or script that does. "
-        "<strong>Play</strong> opens it.</li></ol>"
-        "<p>Then press <strong>OK</strong>, and <strong>Update</strong> to install the guide pack.</p>"_s);
+        u"<p>Press <strong>Settings</strong> for three steps:</p>"
+        "<ol><li><b>Your account</b><br>Your user name and password with Wayfar.</li>"
+        "<li><b>The game folder</b><br>The one that holds <code>_retail_</code>: the guide pack goes there.</li>"
+        "<li><b>The launcher</b><br>What starts your game: <strong>Play</strong> opens it.</li></ol>"
+        "<p>Then press <strong>OK</strong>, and <strong>Update</strong>.</p>"_s);
 }
 
 QString AccountPages::loginFailed()

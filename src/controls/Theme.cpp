@@ -167,11 +167,14 @@ void Theme::follow(QWidget &widget, const std::function<void(const QPalette &)> 
     new Follower(widget, dress);
 }
 
-// A new style sheet is itself a change of the palette.
+// A new style sheet is itself a change of the palette. What has one keeps the font that it got it with.
 void Theme::follow(QWidget &widget, const QString &sheet)
 {
-    follow(widget, [&widget, sheet](const QPalette &palette) {
+    follow(widget, [&widget, sheet, font = QApplication::font()](const QPalette &palette) mutable {
         const QString text = filled(sheet, palette);
+        if (font != QApplication::font())
+            widget.setStyleSheet(QString());
+        font = QApplication::font();
         if (text != widget.styleSheet())
             widget.setStyleSheet(text);
     });

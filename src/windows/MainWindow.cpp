@@ -81,7 +81,10 @@ MainWindow::MainWindow(const ShownState &state) : m_state(state), m_ui(std::make
     m_ui->largeImage->setImage(Pictures::imageNamed(u"large"_s));
     m_ui->smallImage->setImage(Pictures::imageNamed(u"small"_s));
     Theme::follow(*m_ui->centralWidget, sheet);
-    Theme::follow(*m_ui->mainButton, [this](const QPalette &) { scaleMainButton(); });
+    Theme::follow(*m_ui->mainButton, [this](const QPalette &) {
+        scaleMainButton();
+        QMetaObject::invokeMethod(this, &MainWindow::arrange, Qt::QueuedConnection); // when all have the new font
+    });
     m_ui->rssView->dressPages(newsSheet);
     m_ui->largeImage->setLargestScale(2);
     m_ui->smallImage->setRoom(smallBanner);
@@ -167,15 +170,23 @@ void MainWindow::scaleMainButton()
 
 // The banner fills the width, but takes no more than a third of the height. In a very wide window the content stays
 // together in the middle.
-void MainWindow::resizeEvent(QResizeEvent *event)
+void MainWindow::arrange()
 {
-    QMainWindow::resizeEvent(event);
     QLayout &layout = *m_ui->centralWidget->layout();
     const int margin = layout.contentsMargins().top();
     const int side = std::max(margin, (width() - widestContent) / 2);
     layout.setContentsMargins(side, margin, side, margin);
     const QSize room(width() - 2 * side, std::min(height() / 3, 2 * largeBanner.height()));
     m_ui->largeImage->setRoom(largeBanner.scaled(room, Qt::KeepAspectRatio));
+    const int leftOver = room.width() - m_ui->mainButton->minimumWidth() - m_ui->statusLabel->minimumSizeHint().width()
+        - 2 * m_ui->footerLayout->spacing();
+    m_ui->smallImage->setVisible(leftOver >= smallBanner.width() * 2 / 3); // a smaller one can't be made out
+}
+
+void MainWindow::resizeEvent(QResizeEvent *event)
+{
+    QMainWindow::resizeEvent(event);
+    arrange();
 }
 
 // The toolkit's own order is lost when the web engine puts widgets of its own into the panes.
@@ -190,7 +201,7 @@ bool MainWindow::focusNextPrevChild(bool next)
     qsizetype index = current == order.end() ? 0 : current - order.begin();
     do
         index = (index + (next ? 1 : order.size() - 1)) % order.size();
-    while (!order[index]->isEnabled());
+    while (!order[index]->isEnabled() || !order[index]->isVisible());
     order[index]->setFocus(next ? Qt::TabFocusReason : Qt::BacktabFocusReason);
     return true;
 }

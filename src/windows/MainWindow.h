@@ -50,6 +50,7 @@ private:
     void enableMainButton(bool enabled);
     void connectControls();
     void scaleMainButton();
+    void arrange();
 
     const ShownState &m_state;
     const std::unique_ptr<Ui::MainWindow> m_ui;

@@ -82,6 +82,7 @@ void TestMainWindowFits::everyTextHasItsRoom()
     QApplication::setFont(font);
     resize(size);
     QCOMPARE(delegate().window()->size(), size); // nothing forces it larger
+    QCOMPARE(m_program->control<QWidget>("statusLabel")->font().pointSize(), points); // it follows
     for (const char *title : {"Update", "Play"}) {
         delegate().setButtonText(QString::fromLatin1(title));
         QCoreApplication::processEvents();
@@ -116,22 +117,28 @@ void TestMainWindowFits::verifyStatus(const QString &status, bool isFailure)
 void TestMainWindowFits::theContentKeepsAGoodMeasure_data()
 {
     QTest::addColumn<QSize>("size");
+    QTest::addColumn<int>("points");
     QTest::addColumn<int>("bannerHeight");
-    QTest::newRow("as it opens") << QSize(1000, 720) << 176;
-    QTest::newRow("large: the banner grows") << QSize(1600, 1100) << 286;
-    QTest::newRow("very large: to its double size") << QSize(3400, 1400) << 352;
-    QTest::newRow("low: no more than a third") << QSize(1900, 600) << 200;
+    QTest::addColumn<bool>("hasSmallBanner");
+    QTest::newRow("as it opens") << QSize(1000, 720) << 10 << 176 << true;
+    QTest::newRow("large: the banner grows") << QSize(1600, 1100) << 10 << 286 << true;
+    QTest::newRow("very large: to its double size") << QSize(3400, 1400) << 10 << 352 << true;
+    QTest::newRow("low: no more than a third") << QSize(1900, 600) << 10 << 200 << true;
+    QTest::newRow("narrow for its font: without the small banner") << QSize(800, 720) << 20 << 139 << false;
 }
 
 void TestMainWindowFits::theContentKeepsAGoodMeasure()
 {
     QFETCH(const QSize, size);
+    QFETCH(const int, points);
     QFETCH(const int, bannerHeight);
+    QFETCH(const bool, hasSmallBanner);
     QFont font = QApplication::font();
-    font.setPointSize(10);
+    font.setPointSize(points);
     QApplication::setFont(font);
     resize(size);
     QCOMPARE(m_program->control<QWidget>("largeImage")->height(), bannerHeight);
+    QTRY_COMPARE(m_program->control<QWidget>("smallImage")->isVisible(), hasSmallBanner);
     const QRect account = m_program->control<QWidget>("accountCard")->geometry();
     const QRect news = m_program->control<QWidget>("newsCard")->geometry();
     QCOMPARE(account.width(), news.width());

@@ -36,13 +36,13 @@ void SpokenState::keyboardMoved(const QWidget *now)
 void SpokenState::tell()
 {
     constexpr qint64 moment = 250; // milliseconds
-    const bool isOtherText = describe();
+    const bool isSpokenByItself = describe() && Announcer::newTextsAreSpoken;
     if (!m_window.isActiveWindow())
         return;
     const QWidget *keyboard = m_window.focusWidget();
     const bool isDescribed = keyboard == m_controls.mainButton || keyboard == m_controls.content;
     const bool isRead = m_keyboardCame.isValid() && m_keyboardCame.elapsed() < moment;
-    if (!isDescribed || !(isRead || (Announcer::newTextsAreSpoken && isOtherText)))
+    if (!isDescribed || !(isRead || isSpokenByItself))
         announceNews();
     m_isStatusNew = false;
     m_title = m_controls.mainButton->text();
